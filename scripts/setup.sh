@@ -1,0 +1,47 @@
+#!/usr/bin/env bash
+# Shared set-up for the project's scripts: installs what a fresh Debian 12 machine lacks
+# (one `apt-get update`, only when something is missing), then configures the build tree.
+# Sourced by scripts/test.sh and scripts/demo.sh; not meant to be run on its own.
+set -euo pipefail
+
+OSTRUM_ROOT="$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)"
+OSTRUM_PACKAGES=(
+  build-essential cmake ninja-build ccache pkg-config
+  libeigen3-dev libboost-dev
+  libgtest-dev libgmock-dev libbenchmark-dev
+  libxml2-dev libpng-dev
+)
+
+ostrum_install_missing() {
+  local missing=()
+  local p
+  for p in "${OSTRUM_PACKAGES[@]}"; do
+    if ! dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed"; then
+      missing+=("$p")
+    fi
+  done
+  if ((${#missing[@]} == 0)); then
+    return 0
+  fi
+  echo "setup: installing ${missing[*]}"
+  local sudo=""
+  if [[ $(id -u) -ne 0 ]]; then sudo="sudo"; fi
+  $sudo apt-get update
+  DEBIAN_FRONTEND=noninteractive $sudo apt-get install -y --no-install-recommends "${missing[@]}"
+}
+
+# ostrum_configure BUILD_DIR [extra cmake args...]
+ostrum_configure() {
+  local build_dir="$1"; shift
+  export CCACHE_DIR="${CCACHE_DIR:-$HOME/.cache/ccache}"
+  cmake -S "$OSTRUM_ROOT" -B "$build_dir" -G Ninja \
+    -DCMAKE_BUILD_TYPE="${OSTRUM_BUILD_TYPE:-RelWithDebInfo}" \
+    -DOSTRUM_WERROR=ON \
+    -DCMAKE_C_COMPILER_LAUNCHER=ccache -DCMAKE_CXX_COMPILER_LAUNCHER=ccache \
+    "$@"
+}
+
+ostrum_build() {
+  local build_dir="$1"; shift
+  cmake --build "$build_dir" -j2 "$@"
+}

@@ -1,0 +1,25 @@
+#pragma once
+// The planner's console trace: indented lines, one level deeper for each operation running.
+
+#include <string>
+
+namespace planner {
+
+/// Prints one line of the trace at the current depth.
+void Trace(const std::wstring& line);
+/// Prints a heading that opens a scenario.
+void Heading(const std::wstring& title);
+
+/// Deepens the trace for the life of the scope (a nested operation).
+class TraceScope {
+ public:
+  TraceScope();
+  ~TraceScope();
+  TraceScope(const TraceScope&) = delete;
+  TraceScope& operator=(const TraceScope&) = delete;
+};
+
+/// Narrow text for a wide string (the console is UTF-8).
+std::string Narrow(const std::wstring& text);
+
+}  // namespace planner

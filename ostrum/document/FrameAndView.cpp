@@ -1,0 +1,14 @@
+#include "ostrum/document/MMainFrame.h"
+#include "ostrum/document/MView.h"
+
+MMainFrame::~MMainFrame() = default;
+
+void MMainFrame::DoUpdateUI(MOperation&, void*) {}
+
+MView::~MView() = default;
+
+bool MView::DoOperation(MOperation&) { return false; }
+
+void MView::OnUpdate(CView* sender, LPARAM hint, CObject* hint_object) {
+  CView::OnUpdate(sender, hint, hint_object);
+}

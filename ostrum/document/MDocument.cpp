@@ -1,0 +1,198 @@
+#include "ostrum/document/MDocument.h"
+
+#include <cstdio>
+#include <cwchar>
+#include <typeinfo>
+#include <vector>
+
+#include "ostrum/document/MMainFrame.h"
+#include "ostrum/document/MView.h"
+#include "ostrum/document/private/OperationDoer.h"
+#include "ostrum/foundation/platform/CWinThread.h"
+#include "ostrum/objects/IObject.h"
+#include "ostrum/objects/IObserver.h"
+#include "ostrum/objects/ObserverWalk.h"
+#include "ostrum/operations/MOperation.h"
+
+MDocument* MDocument::mgp_doc_instance = nullptr;
+MDataBase* MDocument::mgp_database = nullptr;
+long long MDocument::m_undo_disk_space = 104857600;
+uint32_t MDocument::mg_temporary_key = 0;
+
+namespace {
+
+// The key of a temporary operation as its undo tag: radix 16, lower case, no prefix.
+void FormatTemporaryKey(uint32_t key, wchar_t (&buffer)[16]) {
+  std::swprintf(buffer, 16, L"%x", static_cast<unsigned>(key));
+}
+
+}  // namespace
+
+MDocument::MDocument() {
+  mgp_doc_instance = this;
+  m_doc_loaded = false;
+  m_undo_manager = nullptr;
+  m_mouse_handler = nullptr;
+  mgp_database = nullptr;
+  MOperation::mgp_document = this;
+}
+
+MDocument::~MDocument() {
+  if (mgp_doc_instance == this) mgp_doc_instance = nullptr;
+  // Operations sent after the document died must not reach it.
+  if (MOperation::mgp_document == this) MOperation::mgp_document = nullptr;
+}
+
+bool MDocument::GoToOperation(int32_t, bool) { return false; }
+
+bool MDocument::DoOperation(MOperation* operation, void* param) {
+  if (!operation) return false;
+  _UndoRedo::OperationDoer doer(this, operation, param);
+  return doer.Do();
+}
+
+bool MDocument::UndoOperation() { return false; }
+
+bool MDocument::PurgeUndoStack() { return false; }
+
+bool MDocument::RedoOperation() { return false; }
+
+MMainFrame* MDocument::GetMainFrame() {
+  CWnd* window = AfxGetThread()->m_pMainWnd;
+  if (!window || !window->GetSafeHwnd()) return nullptr;
+  for (; window; window = window->GetParent())
+    if (auto* frame = dynamic_cast<CFrameWnd*>(window)) return dynamic_cast<MMainFrame*>(frame);
+  return nullptr;
+}
+
+CView* MDocument::GetActiveView() {
+  MMainFrame* frame = GetMainFrame();
+  return frame ? frame->GetActiveView() : nullptr;
+}
+
+void MDocument::DoUpdateUI(MOperation* operation, void* param, uint32_t) {
+  MMainFrame* frame = GetMainFrame();
+  if (!frame) return;
+  if (operation->NeedsUpdateFrame()) frame->DoUpdateUI(*operation, param);
+  if (operation->NeedsUpdateView()) {
+    // The active view first, then every other view of the document; the operation travels
+    // as the hint.
+    const auto hint = reinterpret_cast<LPARAM>(operation);
+    auto* hint_object = static_cast<CObject*>(param);
+    CView* active = GetActiveView();
+    if (auto* view = dynamic_cast<MView*>(active)) view->OnUpdate(nullptr, hint, hint_object);
+    for (POSITION pos = GetFirstViewPosition(); pos;) {
+      CView* next = GetNextView(pos);
+      if (next == active) continue;
+      if (auto* view = dynamic_cast<MView*>(next)) view->OnUpdate(nullptr, hint, hint_object);
+    }
+  }
+}
+
+void MDocument::CleanUpObjectList() {}
+
+void MDocument::DestroyAllRenderOptimisations() {}
+
+MDocument::EResultIO MDocument::_SaveDocument(const wchar_t*) { return RESULT_IO_OK; }
+
+bool MDocument::_LoadDocument(const wchar_t*) { return true; }
+
+bool MDocument::_DoOperation(MOperation*) { return true; }
+
+bool MDocument::_UndoOperation(uint32_t, MOperation*) { return true; }
+
+bool MDocument::_RedoOperation(MOperation*) { return true; }
+
+bool MDocument::_PrepareOperation(MOperation* operation) {
+  switch (operation->GetAction()) {
+    case MOperation::ACTION_REMOVE:
+      operation->StoreObservers();
+      return true;
+    case 60002: {  // deselect all
+      // The selected objects, in the database's order; a document without a database has
+      // none selected.
+      std::vector<IObject*> selected;
+      if (operation->GetNumObjects() == 0) {
+        for (IObject* object : selected) operation->AddObject(object);
+        return true;
+      }
+      // The objects given serve as examples: select-alike. Every selected object of the
+      // type of one example joins the operation.
+      const size_t examples = operation->GetNumObjects();
+      bool matched = false;
+      for (IObject* object : selected) {
+        for (size_t i = 0; i < examples; ++i) {
+          if (typeid(*object) == typeid(*operation->GetObjectW(i))) {
+            operation->AddObject(object);
+            matched = true;
+            break;
+          }
+        }
+      }
+      return matched;
+    }
+    default:
+      return true;
+  }
+}
+
+void MDocument::_SaveState(MOperation* operation, MStreamUndoOut& out) { operation->_SaveState(out); }
+
+void MDocument::_LoadState(MOperation* operation, MStreamUndoIn& in) { operation->_LoadState(in); }
+
+void MDocument::SetTitle(const wchar_t* title) {
+  std::wstring text = title ? title : L"";
+  if (IsModified()) text += L'*';
+  CDocument::SetTitle(text.c_str());
+}
+
+bool MDocument::CleanUpUndoHandler() { return true; }
+
+bool MDocument::IsUndoRedo() const { return false; }
+
+long long MDocument::_BeginOperationGroup(const wchar_t*, const wchar_t*, bool no_group) {
+  if (no_group) return -1;
+  return -1;  // no undo manager to open a transaction in
+}
+
+long long MDocument::BeginOperationGroup(const wchar_t* name, bool no_group) {
+  return _BeginOperationGroup(name, nullptr, no_group);
+}
+
+long long MDocument::BeginTemporaryOperationGroup(const wchar_t* name, uint32_t key, bool no_group) {
+  wchar_t tag[16] = {};
+  FormatTemporaryKey(key, tag);
+  return _BeginOperationGroup(name, tag, no_group);
+}
+
+bool MDocument::EndOperationGroup(long long& handle) {
+  if (handle == -1) return false;
+  handle = -1;
+  return false;  // no transaction behind any handle without an undo manager
+}
+
+bool MDocument::AbortOperationGroup(long long& handle) {
+  if (handle == -1) return false;
+  handle = -1;
+  return false;
+}
+
+bool MDocument::KillOperationGroup(long long& handle) {
+  if (handle == -1) return false;
+  handle = -1;
+  return false;
+}
+
+uint32_t MDocument::GetUniqueTemporaryOperationKey() { return ++mg_temporary_key; }
+
+void MDocument::RemoveAllOperationsForObject(const IObject*) {}
+
+void MDocument::RemoveTemporaryOperations(uint32_t) {}
+
+void MDocument::_UpdateObservers(const MOperation& operation) {
+  std::vector<IObserver*> observers;
+  operation.GetObservers(observers);
+  Ostrum::ObserverWalk walk;
+  for (IObserver* observer : observers)
+    if (walk.IsAlive(observer)) observer->Update(operation);
+}

@@ -1,0 +1,46 @@
+#pragma once
+// The doer of one MDocument::DoOperation call. It lives on the stack for the call, runs the
+// stages in their order and, whatever the way out, disposes of what it still holds: the
+// caller never gets the operation back.
+
+#include "ostrum/document/MDocument.h"
+
+class MDocument::_UndoRedo::OperationDoer {
+ public:
+  OperationDoer(MDocument* document, MOperation* operation, void* param)
+      : m_document(document), m_operation(operation), m_param(param) {}
+  OperationDoer(const OperationDoer&) = delete;
+  OperationDoer& operator=(const OperationDoer&) = delete;
+  /// Discards the wrapper if it was never registered (it owns the operation), otherwise
+  /// deletes the operation if it is still held. The transaction is not touched.
+  ~OperationDoer();
+
+  /// Runs every stage in order and answers the result of DoOperation.
+  bool Do();
+
+  // The stages, in their order.
+  void CheckUndoAbility();
+  void EnforceUndoDiskLimit();
+  bool Prepare();
+  bool StoreUndoState();
+  void Execute();
+  void Publish();
+  void Finish();
+  void RecycleGarbage();
+
+  /// Undoes what the stages did so far and drops the operation; the result becomes false.
+  void Rollback();
+
+ private:
+  /// True if this call leaves an undo entry: the operation can be undone and the document
+  /// has an undo manager to take it.
+  bool _IsUndoable() const;
+  void _RegisterUndoAction();
+
+  MDocument* m_document;
+  bool m_result = true;
+  MOperation* m_operation;
+  void* m_param;
+  Ostrum::Undo::Transaction* m_transaction = nullptr;
+  MDocument::_UndoRedo::OperationWrapper* m_wrapper = nullptr;
+};

@@ -1,0 +1,198 @@
+#include "ostrum/foundation/core/MFile.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <bit>
+#include <cerrno>
+#include <cstring>
+#include <limits>
+#include <new>
+
+#include "ostrum/foundation/core/MFileName.h"
+
+// The files are written as the machine holds its values; the format is little-endian.
+static_assert(std::endian::native == std::endian::little,
+              "MFile writes values in memory order, which must be little-endian");
+static_assert(sizeof(short) == 2 && sizeof(float) == 4 && sizeof(double) == 8,
+              "MFile's items have fixed sizes on disk");
+
+namespace {
+
+// Linux moves at most about 2 GiB per call; asking for less keeps every count in range.
+constexpr std::size_t kMaxSystemTransfer = std::size_t{1} << 30;
+
+// One read, retried only when interrupted; <= 0 at the end of the file or on an error.
+ssize_t ReadOnce(int fd, unsigned char* data, std::size_t size) {
+  ssize_t n;
+  do {
+    n = ::read(fd, data, std::min(size, kMaxSystemTransfer));
+  } while (n < 0 && errno == EINTR);
+  return n;
+}
+
+}  // namespace
+
+MFile::MFile(std::size_t buffer_size) : m_capacity(buffer_size) {}
+
+MFile::~MFile() { CLOSE(); }
+
+bool MFile::OPEN_READ(const MFileName& name) {
+  return _Open(name, O_RDONLY | O_CLOEXEC, Mode::Read);
+}
+
+bool MFile::OPEN_WRITE(const MFileName& name) {
+  return _Open(name, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, Mode::Write);
+}
+
+bool MFile::_Open(const MFileName& name, int flags, Mode mode) {
+  if (m_fd >= 0 || name.IS_EMPTY()) return false;
+  if (m_capacity != 0 && !m_buffer) {
+    m_buffer.reset(new (std::nothrow) unsigned char[m_capacity]);
+    // Without memory for the buffer the file still works, only unbuffered.
+    if (!m_buffer) m_capacity = 0;
+  }
+  const std::string path = name.GET_NATIVE_PATH();
+  int fd;
+  do {
+    fd = ::open(path.c_str(), flags, 0600);
+  } while (fd < 0 && errno == EINTR);
+  if (fd < 0) return false;
+  if (mode == Mode::Read) {
+    struct stat info;
+    if (::fstat(fd, &info) != 0 || S_ISDIR(info.st_mode)) {
+      ::close(fd);
+      return false;
+    }
+  }
+  m_fd = fd;
+  m_mode = mode;
+  m_failed = false;
+  m_begin = m_end = 0;
+  return true;
+}
+
+bool MFile::CLOSE() {
+  if (m_fd < 0) return true;
+  bool ok = true;
+  if (m_mode == Mode::Write) ok = _FlushBuffer() && !m_failed;
+  // On Linux the descriptor is gone even when close reports an error, so it is not retried;
+  // an error here can still mean lost data (deferred write-back errors).
+  if (::close(m_fd) != 0 && m_mode == Mode::Write) ok = false;
+  m_fd = -1;
+  m_mode = Mode::Closed;
+  m_failed = false;
+  m_begin = m_end = 0;
+  return ok;
+}
+
+bool MFile::FLUSH() {
+  if (m_mode != Mode::Write) return false;
+  return _FlushBuffer() && !m_failed;
+}
+
+std::size_t MFile::_WriteToSystem(const unsigned char* data, std::size_t size) {
+  std::size_t done = 0;
+  while (done < size) {
+    ssize_t n = ::write(m_fd, data + done, std::min(size - done, kMaxSystemTransfer));
+    if (n < 0 && errno == EINTR) continue;
+    // A short count followed by an error (ENOSPC, EFBIG) ends here with what got through.
+    if (n <= 0) break;
+    done += static_cast<std::size_t>(n);
+  }
+  return done;
+}
+
+std::size_t MFile::_ReadFromSystem(unsigned char* data, std::size_t size) {
+  std::size_t done = 0;
+  while (done < size) {
+    ssize_t n = ReadOnce(m_fd, data + done, size - done);
+    if (n <= 0) break;
+    done += static_cast<std::size_t>(n);
+  }
+  return done;
+}
+
+bool MFile::_FlushBuffer() {
+  if (m_failed) return false;
+  if (m_end == 0) return true;
+  const std::size_t pending = m_end;
+  m_end = 0;
+  if (_WriteToSystem(m_buffer.get(), pending) != pending) {
+    m_failed = true;
+    return false;
+  }
+  return true;
+}
+
+std::size_t MFile::_Write(const void* data, std::size_t count, std::size_t item_size) {
+  if (m_mode != Mode::Write || m_failed || data == nullptr || count == 0) return 0;
+  count = std::min(count, std::numeric_limits<std::size_t>::max() / item_size);
+  const std::size_t bytes = count * item_size;
+  const auto* source = static_cast<const unsigned char*>(data);
+
+  if (bytes <= m_capacity - m_end) {
+    std::memcpy(m_buffer.get() + m_end, source, bytes);
+    m_end += bytes;
+    return count;
+  }
+  // The buffer is written out first so that the order of the bytes on disk stays the order of
+  // the calls; its failure fails this call, as its data was accepted by earlier ones.
+  if (!_FlushBuffer()) return 0;
+  if (bytes < m_capacity) {
+    std::memcpy(m_buffer.get(), source, bytes);
+    m_end = bytes;
+    return count;
+  }
+  const std::size_t written = _WriteToSystem(source, bytes);
+  if (written != bytes) m_failed = true;
+  return written / item_size;
+}
+
+std::size_t MFile::_Read(void* data, std::size_t count, std::size_t item_size) {
+  if (m_mode != Mode::Read || data == nullptr || count == 0) return 0;
+  count = std::min(count, std::numeric_limits<std::size_t>::max() / item_size);
+  const std::size_t wanted = count * item_size;
+  auto* target = static_cast<unsigned char*>(data);
+
+  std::size_t got = std::min(wanted, m_end - m_begin);
+  if (got != 0) std::memcpy(target, m_buffer.get() + m_begin, got);
+  m_begin += got;
+  while (got < wanted) {
+    const std::size_t rest = wanted - got;
+    if (rest >= m_capacity) {
+      // The buffer is empty here; a large request goes straight into the caller's memory.
+      got += _ReadFromSystem(target + got, rest);
+      break;
+    }
+    const ssize_t n = ReadOnce(m_fd, m_buffer.get(), m_capacity);
+    if (n <= 0) break;
+    m_begin = 0;
+    m_end = static_cast<std::size_t>(n);
+    const std::size_t take = std::min(rest, m_end);
+    std::memcpy(target + got, m_buffer.get(), take);
+    m_begin = take;
+    got += take;
+  }
+  return got / item_size;
+}
+
+std::size_t MFile::READ(char* data, std::size_t count) { return _Read(data, count, sizeof *data); }
+std::size_t MFile::READ(unsigned char* data, std::size_t count) { return _Read(data, count, sizeof *data); }
+std::size_t MFile::READ(short* data, std::size_t count) { return _Read(data, count, sizeof *data); }
+std::size_t MFile::READ(unsigned short* data, std::size_t count) { return _Read(data, count, sizeof *data); }
+std::size_t MFile::READ(std::int32_t* data, std::size_t count) { return _Read(data, count, sizeof *data); }
+std::size_t MFile::READ(std::uint32_t* data, std::size_t count) { return _Read(data, count, sizeof *data); }
+std::size_t MFile::READ(float* data, std::size_t count) { return _Read(data, count, sizeof *data); }
+std::size_t MFile::READ(double* data, std::size_t count) { return _Read(data, count, sizeof *data); }
+
+std::size_t MFile::WRITE(const char* data, std::size_t count) { return _Write(data, count, sizeof *data); }
+std::size_t MFile::WRITE(const unsigned char* data, std::size_t count) { return _Write(data, count, sizeof *data); }
+std::size_t MFile::WRITE(const short* data, std::size_t count) { return _Write(data, count, sizeof *data); }
+std::size_t MFile::WRITE(const unsigned short* data, std::size_t count) { return _Write(data, count, sizeof *data); }
+std::size_t MFile::WRITE(const std::int32_t* data, std::size_t count) { return _Write(data, count, sizeof *data); }
+std::size_t MFile::WRITE(const std::uint32_t* data, std::size_t count) { return _Write(data, count, sizeof *data); }
+std::size_t MFile::WRITE(const float* data, std::size_t count) { return _Write(data, count, sizeof *data); }
+std::size_t MFile::WRITE(const double* data, std::size_t count) { return _Write(data, count, sizeof *data); }

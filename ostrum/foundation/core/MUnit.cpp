@@ -1,0 +1,3 @@
+#include "ostrum/foundation/core/MUnit.h"
+
+std::int32_t MUnit::GetIE() { return 10000; }

@@ -38,9 +38,18 @@ class CollectingReporter : public benchmark::ConsoleReporter {
   std::map<std::string, double> m_times;
 };
 
+/// Ratio of the growth of two cases between two sizes: (num_hi - num_lo) / (den_hi - den_lo),
+/// the cost of one more item in the framework against one more item of the floor.
+struct SlopeRatio {
+  std::string label;
+  std::string numerator_high, numerator_low;
+  std::string denominator_high, denominator_low;
+};
+
 /// Runs every registered benchmark (honouring the usual --benchmark_* flags) and prints the
 /// ratios; a ratio whose cases were filtered out is reported as not measured.
-inline int RunWithRatios(int argc, char** argv, const std::vector<Ratio>& ratios) {
+inline int RunWithRatios(int argc, char** argv, const std::vector<Ratio>& ratios,
+                         const std::vector<SlopeRatio>& slopes = {}) {
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
   CollectingReporter reporter;
@@ -51,6 +60,14 @@ inline int RunWithRatios(int argc, char** argv, const std::vector<Ratio>& ratios
     if (reporter.Find(r.numerator, num) && reporter.Find(r.denominator, den) && den > 0)
       std::printf("  %-48s %8.3f   (%s / %s)\n", r.label.c_str(), num / den, r.numerator.c_str(),
                   r.denominator.c_str());
+    else
+      std::printf("  %-48s not measured\n", r.label.c_str());
+  }
+  for (const SlopeRatio& r : slopes) {
+    double nh = 0, nl = 0, dh = 0, dl = 0;
+    if (reporter.Find(r.numerator_high, nh) && reporter.Find(r.numerator_low, nl) &&
+        reporter.Find(r.denominator_high, dh) && reporter.Find(r.denominator_low, dl) && dh > dl)
+      std::printf("  %-48s %8.3f   (per added item)\n", r.label.c_str(), (nh - nl) / (dh - dl));
     else
       std::printf("  %-48s not measured\n", r.label.c_str());
   }

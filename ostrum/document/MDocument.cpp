@@ -13,6 +13,7 @@
 #include "ostrum/objects/IObserver.h"
 #include "ostrum/objects/ObserverWalk.h"
 #include "ostrum/operations/MOperation.h"
+#include "ostrum/operations/private/ObserverCollection.h"
 
 MDocument* MDocument::mgp_doc_instance = nullptr;
 MDataBase* MDocument::mgp_database = nullptr;
@@ -190,8 +191,8 @@ void MDocument::RemoveAllOperationsForObject(const IObject*) {}
 void MDocument::RemoveTemporaryOperations(uint32_t) {}
 
 void MDocument::_UpdateObservers(const MOperation& operation) {
-  std::vector<IObserver*> observers;
-  operation.GetObservers(observers);
+  boost::container::small_vector<IObserver*, 16> observers;
+  Ostrum::Private::CollectObservers(operation, observers);
   Ostrum::ObserverWalk walk;
   for (IObserver* observer : observers)
     if (walk.IsAlive(observer)) observer->Update(operation);

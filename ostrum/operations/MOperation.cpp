@@ -12,6 +12,8 @@
 #include "ostrum/objects/MDefinedObject.h"
 #include "ostrum/objects/MSubject.h"
 #include "ostrum/objects/UIObject.h"
+#include "ostrum/objects/private/SubjectCast.h"
+#include "ostrum/operations/private/ObserverCollection.h"
 
 MDocument* MOperation::mgp_document = nullptr;
 
@@ -231,13 +233,16 @@ void MOperation::GetObjects(std::vector<IObject*>& list, bool) const {
   }
 }
 
-void MOperation::GetObservers(std::vector<IObserver*>& list) const {
+namespace {
+
+template <class List>
+void CollectObserversInto(const std::vector<IObject*>& objects, List& list) {
   // Large operations would make a linear search for duplicates quadratic; past a handful of
   // observers a hash set of those seen keeps it linear.
   constexpr size_t kLinearLimit = 16;
   std::unordered_set<IObserver*> seen;
-  for (IObject* object : m_core.m_objects) {
-    auto* subject = dynamic_cast<MSubject*>(object);
+  for (IObject* object : objects) {
+    MSubject* subject = Ostrum::Private::SubjectCast::Of(object);
     if (!subject || subject->GetNumberOfObservers() == 0) continue;
     for (auto it = subject->GetBeginIt(); it != subject->GetEndIt(); ++it) {
       IObserver* observer = *it;
@@ -249,6 +254,15 @@ void MOperation::GetObservers(std::vector<IObserver*>& list) const {
       if (seen.insert(observer).second) list.push_back(observer);
     }
   }
+}
+
+}  // namespace
+
+void MOperation::GetObservers(std::vector<IObserver*>& list) const { CollectObserversInto(m_core.m_objects, list); }
+
+void Ostrum::Private::CollectObservers(const MOperation& operation,
+                                       boost::container::small_vector_base<IObserver*>& list) {
+  CollectObserversInto(operation.GetObjectList(), list);
 }
 
 void MOperation::StoreObservers() {

@@ -1,0 +1,63 @@
+#include "ostrum/foundation/markup/ISAXPersist.h"
+
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <string>
+
+namespace {
+
+// An object reached through two interfaces, both of which take the identity as a virtual base,
+// as objects of the model do.
+class IOther : public virtual ISAXReference {
+ public:
+  virtual int Other() const { return 1; }
+};
+
+class Element : public ISAXPersist, public IOther {
+ public:
+  explicit Element(int* destroyed) : m_destroyed(destroyed) {}
+  ~Element() override { ++*m_destroyed; }
+  void HandleEndTag(const std::wstring& tag) override { m_ended += tag + L";"; }
+  std::wstring m_ended;
+
+ private:
+  int* m_destroyed;
+};
+
+TEST(ISAXPersist, DefaultsLetAnImplementerOverrideOnlyWhatItNeeds) {
+  int destroyed = 0;
+  Element element(&destroyed);
+  ISAXPersist& persist = element;
+  // The reader and writer are only passed through by the defaults; these stand-ins are never
+  // touched.
+  alignas(std::max_align_t) unsigned char stand_in[64] = {};
+  MSAXReader& reader = *reinterpret_cast<MSAXReader*>(stand_in);
+  MSAXWriter& writer = *reinterpret_cast<MSAXWriter*>(stand_in);
+  persist.SetDefaults();
+  persist.ResolveReferences(reader);
+  persist.InitAfterLoading();
+  persist.SetFileVersion(3);
+  persist.SetPersistent(false);
+  EXPECT_TRUE(persist.IsPersistent()) << "the default keeps no flag";
+  EXPECT_FALSE(persist.HandleTag(L"Child", reader))
+      << "the default takes no tag";
+  EXPECT_TRUE(persist.Write(writer)) << "writing nothing succeeds";
+  persist.HandleEndTag(L"Children");
+  EXPECT_EQ(element.m_ended, L"Children;") << "the override is reached through the interface";
+}
+
+TEST(ISAXPersist, AnObjectHasOneIdentityWhicheverInterfaceReachesIt) {
+  int destroyed = 0;
+  auto* element = new Element(&destroyed);
+  ISAXReference* through_persist = element->GetObjectReference();
+  ISAXReference* through_other = static_cast<IOther*>(element);
+  EXPECT_EQ(through_persist, through_other);
+  EXPECT_EQ(dynamic_cast<ISAXPersist*>(through_other), static_cast<ISAXPersist*>(element));
+  EXPECT_EQ(dynamic_cast<IOther*>(through_persist)->Other(), 1);
+
+  delete through_persist;  // the identity's destructor is virtual
+  EXPECT_EQ(destroyed, 1);
+}
+
+}  // namespace

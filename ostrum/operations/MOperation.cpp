@@ -173,7 +173,14 @@ bool MOperation::Save(MFile& file) {
   return file.WRITE(&action, 1) == 1;
 }
 
-bool MOperation::Load(MFile& file) { return file.READ(&m_core.m_action, 1) == 1; }
+bool MOperation::Load(MFile& file) {
+  // MFile leaves the bytes of a short read in the target; a truncated record must not leave a
+  // half-overwritten action behind, so the action is taken only once it was read whole.
+  uint32_t action = 0;
+  if (file.READ(&action, 1) != 1) return false;
+  m_core.m_action = action;
+  return true;
+}
 
 const wchar_t* MOperation::_GetActionString() {
   if (!VarnResLoadStringEx(GetActionTextID(GetAction()), m_action_text)) m_action_text.clear();

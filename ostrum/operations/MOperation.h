@@ -88,7 +88,8 @@ class OSTRUM_API MOperation {
   virtual bool RemoveObject(IObject* object);
   /// Writes the record: the action, 4 bytes. True if it was written whole.
   virtual bool Save(MFile& file);
-  /// Reads the action straight into the operation; flags are not rebuilt. True on a whole read.
+  /// Reads the action straight into the operation; flags are not rebuilt. True on a whole read;
+  /// a short read answers false and leaves the action as it was.
   virtual bool Load(MFile& file);
 
  protected:
@@ -132,7 +133,8 @@ class OSTRUM_API MOperation {
 
   // --- the document that all operations go to ---
 
-  /// Set by the document's constructor; not cleared by its destructor.
+  /// Set by the document's constructor; its destructor clears it if it still names that
+  /// document, so that operations sent afterwards find no document.
   static MDocument* mgp_document;
   static MDocument* GetDocument() { return mgp_document; }
 

@@ -29,12 +29,9 @@ class TestOperation : public MOperation {
     Log("~");
   }
 
-  using MOperation::_DoOperation;
   using MOperation::_LoadState;
-  using MOperation::_PrepareOperation;
   using MOperation::_SaveState;
 
- protected:
   bool _PrepareOperation() override {
     Log("_PrepareOperation");
     m_probe.flags_at_prepare = GetFlags();

@@ -43,7 +43,10 @@ struct ThreadPool {
   bool closed;
   bool closer_armed;
 };
-thread_local ThreadPool t_pool{};
+// The initial-exec model spares the lookup of the library's thread storage on every call; the
+// pool is small enough for the static thread storage that remains when the library is loaded
+// late.
+thread_local ThreadPool t_pool __attribute__((tls_model("initial-exec"))){};
 
 void ReleaseAll(ThreadPool& pool) {
   for (std::size_t c = 0; c < kClassCount; ++c) {

@@ -229,3 +229,17 @@ TEST(MMTransformAllocator, PoolReusesBlocksPerThreadAndReleasesThem) {
   MMTransformAllocator::ReleasePooledBlocks();
   EXPECT_EQ(MMTransformAllocator::GetPooledBlockCount(), 0u);
 }
+
+#if defined(__SANITIZE_ADDRESS__)
+// A block resting in the pool is poisoned: touching a deleted transform is still reported.
+TEST(MMTransformAllocatorDeathTest, UseOfADeletedTransformIsReported) {
+  EXPECT_DEATH(
+      {
+        MMTransformMatrix* m = new MMTransformMatrix();
+        delete m;
+        volatile double x = m->GetMatrix()(0, 0);
+        (void)x;
+      },
+      "use-after-poison");
+}
+#endif

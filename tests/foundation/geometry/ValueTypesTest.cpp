@@ -7,7 +7,6 @@
 #include "ostrum/foundation/geometry/MColor.h"
 #include "ostrum/foundation/geometry/MMPlane.h"
 #include "ostrum/foundation/geometry/MMPlaneEq.h"
-#include "ostrum/foundation/geometry/MMPoint3d.h"
 
 TEST(M3DBoundingBox, EmptyIsUnusableAndExtendingMakesItUsable) {
   M3DBoundingBox<float> box;
@@ -51,13 +50,4 @@ TEST(MMPlaneEq, DistanceIsSignedAlongTheNormalWhateverItsLength) {
   MMPlaneEq<double> const tilted({1, 1, 0}, {1, 1, 0});
   EXPECT_NEAR(tilted.Distance({2, 2, 9}), std::sqrt(2.0), 1e-15);
   EXPECT_EQ(MMPlaneEq<double>({1, 2, 3}, {0, 0, 0}).Distance({4, 5, 6}), 0);
-}
-
-TEST(MMPoint3d, ArithmeticIsByComponent) {
-  MMPoint3d<double> const a(1, 2, 3), b(4, -5, 6);
-  EXPECT_EQ(a * b, MMPoint3d<double>(4, -10, 18));
-  EXPECT_EQ(b / a, MMPoint3d<double>(4, -2.5, 2));
-  EXPECT_EQ(a + b * 2.0, MMPoint3d<double>(9, -8, 15));
-  EXPECT_EQ(a.Cross(b), MMPoint3d<double>(27, 6, -13));
-  EXPECT_EQ(MMPoint3d<float>(MMPoint3d<double>(0.1, 0, 0)).x, 0.1f);
 }

@@ -3,7 +3,6 @@
 #include <cstdint>
 #include <string>
 
-#include "ostrum/foundation/platform/CWnd.h"
 #include "ostrum/operations/MOperation.h"
 #include "support/TestObjects.h"
 
@@ -163,23 +162,6 @@ TEST(MOperation, IsEqualWantsTheSameActionAndObjectsInTheSameOrder) {
   EXPECT_TRUE(one.IsEqual(other));
   other.RemoveObject(&b);
   EXPECT_FALSE(one.IsEqual(other));
-}
-
-TEST(MOperation, CopyTakesActionAndObjectsButNotTheWindow) {
-  TestObject a("a", nullptr);
-  MOperation op(MOperation::ACTION_REMOVE);
-  op.AddObject(&a);
-  CWnd window;
-  op.SetWindow(&window);
-  const MOperation copy(op);
-  EXPECT_TRUE(copy.IsEqual(op));
-  EXPECT_EQ(copy.GetWindow(), nullptr);
-  MOperation assigned;
-  CWnd own;
-  assigned.SetWindow(&own);
-  assigned.GetCore() = op.GetCore();
-  EXPECT_TRUE(assigned.IsEqual(op));
-  EXPECT_EQ(assigned.GetWindow(), &own) << "assignment of the core keeps the own window";
 }
 
 }  // namespace

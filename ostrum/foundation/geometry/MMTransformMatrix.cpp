@@ -122,6 +122,19 @@ inline Mat4 Product(Mat4 const& a, Mat4 const& b) {
   return p;
 }
 
+// The products with a translation T, which need a quarter of the work of a full product and
+// give the same numbers (the unit part of T only adds exact zeros and ones).
+// m = T * m: each of the first three rows gains its translation times the last row.
+inline void TranslateRows(Mat4& m, Mat4 const& t) {
+  for (int r = 0; r < 3; ++r) m.row(r) += t(r, 3) * m.row(3);
+}
+// m * T: m with its last column replaced by m * (t, 1).
+inline Mat4 TranslatedColumns(Mat4 const& m, Mat4 const& t) {
+  Mat4 p = m;
+  p.col(3) += m.col(0) * t(0, 3) + m.col(1) * t(1, 3) + m.col(2) * t(2, 3);
+  return p;
+}
+
 // The affine inverse with a given inverse of the 3x3 part: (L, t)^-1 = (L^-1, -L^-1 t). Written
 // element by element for the same reason as Product.
 void WriteAffineInverse(Mat4& out, Mat4 const& m, Mat3 const& li) {
@@ -303,7 +316,12 @@ void MMTransformMatrix::PreMultiply(MMTransformMatrix const& m) {
       m_inverse_state = EInverse::ePending;
     return;
   }
-  m_matrix = Product(m.m_matrix, m_matrix);
+  if (m.m_class == eTranslation)
+    TranslateRows(m_matrix, m.m_matrix);
+  else if (m_class == eTranslation)
+    m_matrix = TranslatedColumns(m.m_matrix, m_matrix);
+  else
+    m_matrix = Product(m.m_matrix, m_matrix);
   m_class = ClassOfProduct(m.m_class, m_class);
   m_inverse_state = EInverse::ePending;
 }
@@ -315,7 +333,15 @@ MMTransformMatrix& MMTransformMatrix::operator*=(MMTransformMatrix const& m) {
     PreMultiply(m);  // translations commute
     return *this;
   }
-  m_matrix = Product(m_matrix, m.m_matrix);
+  if (m.m_class == eTranslation) {
+    m_matrix = TranslatedColumns(m_matrix, m.m_matrix);
+  } else if (m_class == eTranslation) {
+    Mat4 const t = m_matrix;
+    m_matrix = m.m_matrix;
+    TranslateRows(m_matrix, t);
+  } else {
+    m_matrix = Product(m_matrix, m.m_matrix);
+  }
   m_class = ClassOfProduct(m_class, m.m_class);
   m_inverse_state = EInverse::ePending;
   return *this;

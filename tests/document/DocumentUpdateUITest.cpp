@@ -111,6 +111,8 @@ struct UpdateRow {
   Calls calls;
 };
 
+void PrintTo(const UpdateRow& row, std::ostream* out) { *out << row.name; }
+
 class DocumentUpdateUIByFlags : public DocumentUpdateUI, public testing::WithParamInterface<UpdateRow> {};
 
 TEST_P(DocumentUpdateUIByFlags, ReachesFrameThenActiveViewThenTheOtherViews) {

@@ -39,6 +39,9 @@ struct StageRow {
   Calls calls;
 };
 
+// Shows a row by its name in test listings instead of as raw bytes.
+void PrintTo(const StageRow& row, std::ostream* out) { *out << row.name; }
+
 class DocumentPipelineByFlags : public DocumentPipeline, public testing::WithParamInterface<StageRow> {};
 
 TEST_P(DocumentPipelineByFlags, RunsTheStagesTheFlagsAskFor) {

@@ -17,6 +17,8 @@ struct ActionRow {
   uint32_t text_id;
 };
 
+void PrintTo(const ActionRow& row, std::ostream* out) { *out << "action " << row.action; }
+
 class MOperationActionTable : public testing::TestWithParam<ActionRow> {};
 
 TEST_P(MOperationActionTable, SetsFlagsAndNamesInverseAndText) {

@@ -10,7 +10,6 @@
 
 CObject::~CObject() = default;
 CCmdTarget::~CCmdTarget() = default;
-CWnd::~CWnd() = default;
 CFrameWnd::~CFrameWnd() = default;
 CWinThread::~CWinThread() = default;
 

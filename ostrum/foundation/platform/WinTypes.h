@@ -13,3 +13,51 @@ using BOOL = int;
 
 struct __POSITION;
 using POSITION = __POSITION*;  ///< cursor of a walk over a framework list; null ends it
+
+using BYTE = uint8_t;
+using WORD = uint16_t;
+using DWORD = uint32_t;
+using LONG = int32_t;       ///< 32 bits, as on the desktop the interfaces were written for
+using ULONG = uint32_t;
+using UINT_PTR = uintptr_t;
+using INT_PTR = intptr_t;
+using LONG_PTR = intptr_t;
+using ULONG_PTR = uintptr_t;
+using ATOM = uint16_t;      ///< number of a registered window class; 0 is none
+using LPVOID = void*;
+using LPCVOID = const void*;
+using LPCWSTR = const wchar_t*;
+using LPWSTR = wchar_t*;
+
+struct HINSTANCE__;
+using HINSTANCE = HINSTANCE__*;  ///< module handle; the program's own is GetModuleHandleW(nullptr)
+using HMODULE = HINSTANCE;
+struct HMENU__;
+using HMENU = HMENU__*;          ///< menu handle, or a child window's id in CreateWindowExW
+struct HICON__;
+using HICON = HICON__*;
+using HCURSOR = HICON;
+struct HBRUSH__;
+using HBRUSH = HBRUSH__*;
+
+#ifndef TRUE
+#define TRUE 1
+#endif
+#ifndef FALSE
+#define FALSE 0
+#endif
+#ifndef CALLBACK
+#define CALLBACK  ///< calling convention marker of procedures; one convention on this system
+#endif
+
+/// A point in pixels (screen or client coordinates, as the call says).
+struct POINT {
+  LONG x = 0;
+  LONG y = 0;
+};
+
+/// The procedure of a window class: receives every message sent or dispatched to its windows.
+using WNDPROC = LRESULT (*)(HWND, UINT, WPARAM, LPARAM);
+/// A timer's own procedure, called by DispatchMessageW instead of the window procedure; the
+/// last argument is GetTickCount() at the call.
+using TIMERPROC = void (*)(HWND, UINT, UINT_PTR, DWORD);

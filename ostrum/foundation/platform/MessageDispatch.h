@@ -1,0 +1,17 @@
+#pragma once
+// The two steps of a message loop after retrieval: translating key presses into characters and
+// handing the message to its window.
+
+#include "ostrum/Export.h"
+#include "ostrum/foundation/platform/WinMessages.h"
+#include "ostrum/foundation/platform/WinTypes.h"
+
+/// For WM_KEYDOWN (WM_SYSKEYDOWN) of a key that types a character, posts WM_CHAR (WM_SYSCHAR)
+/// with it to the same window and answers TRUE. Letters type lower case (no shift state is
+/// modelled yet); digits, space, return, tab, backspace and escape type themselves. FALSE for
+/// anything else.
+OSTRUM_API BOOL TranslateMessage(const MSG* msg);
+/// Calls the procedure of the message's window and answers its result; a WM_TIMER that carries
+/// a timer procedure in lParam calls that procedure instead, if the timer still exists. A
+/// message without window answers 0; another thread's window, or none, 0 with the last error.
+OSTRUM_API LRESULT DispatchMessageW(const MSG* msg);

@@ -1,0 +1,309 @@
+#include "ostrum/foundation/platform/private/WindowTable.h"
+
+#include <algorithm>
+#include <cwctype>
+#include <map>
+#include <mutex>
+#include <unordered_map>
+
+#include "ostrum/foundation/platform/LastError.h"
+#include "ostrum/foundation/platform/ProcessIdentity.h"
+
+namespace Ostrum::Desktop::Private {
+
+namespace {
+
+// Class atoms are taken from the range the desktop gives registered classes.
+constexpr ATOM kFirstAtom = 0xC000;
+// Handles start well above small integers that hand-made test windows use, and step by two as
+// on the desktop. They are never reused.
+constexpr uintptr_t kFirstHandle = 0x10010;
+
+std::wstring Fold(LPCWSTR name) {
+  std::wstring folded(name);
+  for (wchar_t& c : folded) c = static_cast<wchar_t>(std::towlower(static_cast<wint_t>(c)));
+  return folded;
+}
+
+HINSTANCE OrProgram(HINSTANCE instance) { return instance ? instance : GetModuleHandleW(nullptr); }
+
+struct ClassRecord {
+  ATOM atom;
+  std::wstring name;
+  std::wstring folded;
+  HINSTANCE instance;
+  UINT style;
+  WNDPROC proc;
+  int class_extra, window_extra;
+  HICON icon, icon_small;
+  HCURSOR cursor;
+  HBRUSH background;
+  LPCWSTR menu_resource;  // a resource number, or points into menu_name
+  std::wstring menu_name;
+  std::size_t windows = 0;
+};
+
+struct WindowRecord {
+  ATOM atom;
+  WNDPROC proc;
+  std::shared_ptr<ThreadQueue> queue;
+  DWORD thread_id;
+  HWND parent;
+  bool message_only;
+  DWORD style, ex_style;
+  std::wstring name;
+  HMENU menu;
+  HINSTANCE instance;
+  int x, y, width, height;
+  uint64_t order;  // creation order, for walks over children
+  CWnd* object = nullptr;
+  bool destroying = false;
+};
+
+}  // namespace
+
+struct WindowTable::Impl {
+  mutable std::mutex mutex;
+  std::map<ATOM, ClassRecord> classes;
+  std::unordered_map<uintptr_t, WindowRecord> windows;
+  ATOM next_atom = kFirstAtom;
+  uintptr_t next_handle = kFirstHandle;
+  uint64_t next_order = 0;
+
+  // The class a name or atom means for `instance`: the module's own first, then a global class.
+  ClassRecord* FindClass(LPCWSTR name, HINSTANCE instance, bool allow_global) {
+    instance = OrProgram(instance);
+    if (IS_INTRESOURCE(name)) {
+      auto it = classes.find(static_cast<ATOM>(reinterpret_cast<uintptr_t>(name)));
+      if (it == classes.end()) return nullptr;
+      ClassRecord& record = it->second;
+      return record.instance == instance || (allow_global && (record.style & CS_GLOBALCLASS)) ? &record
+                                                                                            : nullptr;
+    }
+    const std::wstring folded = Fold(name);
+    ClassRecord* global = nullptr;
+    for (auto& [atom, record] : classes) {
+      if (record.folded != folded) continue;
+      if (record.instance == instance) return &record;
+      if (allow_global && (record.style & CS_GLOBALCLASS)) global = &record;
+    }
+    return global;
+  }
+
+  WindowRecord* FindWindow(HWND hwnd) {
+    auto it = windows.find(reinterpret_cast<uintptr_t>(hwnd));
+    return it == windows.end() ? nullptr : &it->second;
+  }
+  const WindowRecord* FindWindow(HWND hwnd) const {
+    auto it = windows.find(reinterpret_cast<uintptr_t>(hwnd));
+    return it == windows.end() ? nullptr : &it->second;
+  }
+
+  CWnd* Erase(HWND hwnd) {
+    auto it = windows.find(reinterpret_cast<uintptr_t>(hwnd));
+    if (it == windows.end()) return nullptr;
+    CWnd* object = it->second.object;
+    auto cls = classes.find(it->second.atom);
+    if (cls != classes.end() && cls->second.windows > 0) --cls->second.windows;
+    windows.erase(it);
+    return object;
+  }
+};
+
+WindowTable::WindowTable() : m_impl(std::make_unique<Impl>()) {}
+
+WindowTable& WindowTable::Get() {
+  static WindowTable* table = new WindowTable;
+  return *table;
+}
+
+ATOM WindowTable::RegisterClass(const WNDCLASSEXW& wc) {
+  if (!wc.lpfnWndProc || !wc.lpszClassName || IS_INTRESOURCE(wc.lpszClassName) || !*wc.lpszClassName) {
+    SetLastError(ERROR_INVALID_PARAMETER);
+    return 0;
+  }
+  std::lock_guard<std::mutex> lock(m_impl->mutex);
+  const HINSTANCE instance = OrProgram(wc.hInstance);
+  if (m_impl->FindClass(wc.lpszClassName, instance, false)) {
+    SetLastError(ERROR_CLASS_ALREADY_EXISTS);
+    return 0;
+  }
+  if (m_impl->next_atom == 0) {  // the atom range is used up (the counter wrapped)
+    SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+    return 0;
+  }
+  const ATOM atom = m_impl->next_atom++;
+  ClassRecord record{atom, wc.lpszClassName, Fold(wc.lpszClassName), instance, wc.style, wc.lpfnWndProc,
+                     wc.cbClsExtra, wc.cbWndExtra, wc.hIcon, wc.hIconSm, wc.hCursor, wc.hbrBackground,
+                     nullptr, {}, 0};
+  if (wc.lpszMenuName && IS_INTRESOURCE(wc.lpszMenuName)) {
+    record.menu_resource = wc.lpszMenuName;
+  } else if (wc.lpszMenuName) {
+    record.menu_name = wc.lpszMenuName;
+  }
+  auto& stored = m_impl->classes.emplace(atom, std::move(record)).first->second;
+  if (!stored.menu_name.empty()) stored.menu_resource = stored.menu_name.c_str();
+  return atom;
+}
+
+bool WindowTable::UnregisterClass(LPCWSTR name, HINSTANCE instance) {
+  if (!name) {
+    SetLastError(ERROR_CLASS_DOES_NOT_EXIST);
+    return false;
+  }
+  std::lock_guard<std::mutex> lock(m_impl->mutex);
+  ClassRecord* record = m_impl->FindClass(name, instance, false);
+  if (!record) {
+    SetLastError(ERROR_CLASS_DOES_NOT_EXIST);
+    return false;
+  }
+  if (record->windows > 0) {
+    SetLastError(ERROR_CLASS_HAS_WINDOWS);
+    return false;
+  }
+  m_impl->classes.erase(record->atom);
+  return true;
+}
+
+ATOM WindowTable::GetClassInfo(HINSTANCE instance, LPCWSTR name, WNDCLASSEXW& out) const {
+  if (!name) {
+    SetLastError(ERROR_CLASS_DOES_NOT_EXIST);
+    return 0;
+  }
+  std::lock_guard<std::mutex> lock(m_impl->mutex);
+  const ClassRecord* record = m_impl->FindClass(name, instance, true);
+  if (!record) {
+    SetLastError(ERROR_CLASS_DOES_NOT_EXIST);
+    return 0;
+  }
+  out.style = record->style;
+  out.lpfnWndProc = record->proc;
+  out.cbClsExtra = record->class_extra;
+  out.cbWndExtra = record->window_extra;
+  out.hInstance = record->instance;
+  out.hIcon = record->icon;
+  out.hIconSm = record->icon_small;
+  out.hCursor = record->cursor;
+  out.hbrBackground = record->background;
+  out.lpszMenuName = record->menu_resource;
+  out.lpszClassName = name;  // the caller's own string, as the desktop does
+  return record->atom;
+}
+
+std::optional<ClassForCreate> WindowTable::ReserveClass(LPCWSTR name, HINSTANCE instance) {
+  if (!name) return std::nullopt;
+  std::lock_guard<std::mutex> lock(m_impl->mutex);
+  ClassRecord* record = m_impl->FindClass(name, instance, true);
+  if (!record) return std::nullopt;
+  ++record->windows;
+  return ClassForCreate{record->atom, record->proc, record->name.c_str()};
+}
+
+void WindowTable::ReleaseClass(ATOM atom) {
+  std::lock_guard<std::mutex> lock(m_impl->mutex);
+  auto it = m_impl->classes.find(atom);
+  if (it != m_impl->classes.end() && it->second.windows > 0) --it->second.windows;
+}
+
+HWND WindowTable::AddWindow(NewWindow window) {
+  std::lock_guard<std::mutex> lock(m_impl->mutex);
+  const uintptr_t value = m_impl->next_handle;
+  m_impl->next_handle += 2;
+  WindowRecord record{window.atom,       window.proc,     std::move(window.queue), window.thread_id,
+                      window.parent,     window.message_only, window.style,       window.ex_style,
+                      std::move(window.name), window.menu, window.instance,       window.x,
+                      window.y,          window.width,    window.height,          m_impl->next_order++};
+  m_impl->windows.emplace(value, std::move(record));
+  return reinterpret_cast<HWND>(value);
+}
+
+std::optional<WindowInfo> WindowTable::Find(HWND hwnd) const {
+  std::lock_guard<std::mutex> lock(m_impl->mutex);
+  const WindowRecord* record = m_impl->FindWindow(hwnd);
+  if (!record) return std::nullopt;
+  return WindowInfo{record->proc, record->thread_id, record->queue, record->parent, record->destroying};
+}
+
+bool WindowTable::BeginDestroy(HWND hwnd) {
+  std::lock_guard<std::mutex> lock(m_impl->mutex);
+  WindowRecord* record = m_impl->FindWindow(hwnd);
+  if (!record || record->destroying) return false;
+  record->destroying = true;
+  return true;
+}
+
+std::vector<HWND> WindowTable::ChildrenOf(HWND hwnd) const {
+  std::lock_guard<std::mutex> lock(m_impl->mutex);
+  std::vector<std::pair<uint64_t, HWND>> children;
+  for (const auto& [value, record] : m_impl->windows)
+    if (record.parent == hwnd) children.emplace_back(record.order, reinterpret_cast<HWND>(value));
+  std::sort(children.begin(), children.end());
+  std::vector<HWND> handles;
+  handles.reserve(children.size());
+  for (const auto& child : children) handles.push_back(child.second);
+  return handles;
+}
+
+CWnd* WindowTable::RemoveWindow(HWND hwnd) {
+  std::lock_guard<std::mutex> lock(m_impl->mutex);
+  return m_impl->Erase(hwnd);
+}
+
+std::vector<CWnd*> WindowTable::ForgetThread(DWORD thread_id) {
+  std::lock_guard<std::mutex> lock(m_impl->mutex);
+  std::vector<HWND> gone;
+  for (const auto& [value, record] : m_impl->windows)
+    if (record.thread_id == thread_id) gone.push_back(reinterpret_cast<HWND>(value));
+  std::vector<CWnd*> objects;
+  for (HWND hwnd : gone)
+    if (CWnd* object = m_impl->Erase(hwnd)) objects.push_back(object);
+  return objects;
+}
+
+std::wstring WindowTable::ClassNameOf(HWND hwnd) const {
+  std::lock_guard<std::mutex> lock(m_impl->mutex);
+  const WindowRecord* record = m_impl->FindWindow(hwnd);
+  if (!record) return {};
+  auto it = m_impl->classes.find(record->atom);
+  return it == m_impl->classes.end() ? std::wstring() : it->second.name;
+}
+
+bool WindowTable::Attach(HWND hwnd, CWnd* object) {
+  std::lock_guard<std::mutex> lock(m_impl->mutex);
+  WindowRecord* record = m_impl->FindWindow(hwnd);
+  if (!record || (record->object && record->object != object)) return false;
+  record->object = object;
+  return true;
+}
+
+CWnd* WindowTable::Detach(HWND hwnd) {
+  std::lock_guard<std::mutex> lock(m_impl->mutex);
+  WindowRecord* record = m_impl->FindWindow(hwnd);
+  if (!record) return nullptr;
+  CWnd* object = record->object;
+  record->object = nullptr;
+  return object;
+}
+
+CWnd* WindowTable::ObjectOf(HWND hwnd) const {
+  std::lock_guard<std::mutex> lock(m_impl->mutex);
+  const WindowRecord* record = m_impl->FindWindow(hwnd);
+  return record ? record->object : nullptr;
+}
+
+bool WindowTable::SetParent(HWND hwnd, HWND parent) {
+  std::lock_guard<std::mutex> lock(m_impl->mutex);
+  WindowRecord* record = m_impl->FindWindow(hwnd);
+  if (!record || record->message_only) return false;
+  if (parent && !m_impl->FindWindow(parent)) return false;
+  // A window cannot become its own ancestor: destruction walks down the tree.
+  for (HWND above = parent; above;) {
+    if (above == hwnd) return false;
+    const WindowRecord* next = m_impl->FindWindow(above);
+    above = next ? next->parent : nullptr;
+  }
+  record->parent = parent;
+  return true;
+}
+
+}  // namespace Ostrum::Desktop::Private

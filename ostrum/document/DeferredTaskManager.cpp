@@ -1,0 +1,262 @@
+#include "ostrum/document/DeferredTaskManager.h"
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <utility>
+#include <vector>
+
+#include "ostrum/document/private/DeferredTaskTable.h"
+#include "ostrum/foundation/platform/MessageQueue.h"
+#include "ostrum/foundation/platform/ProcessIdentity.h"
+#include "ostrum/foundation/platform/ThreadLocalSlots.h"
+#include "ostrum/foundation/platform/TickCount.h"
+#include "ostrum/foundation/platform/Timer.h"
+#include "ostrum/foundation/platform/Window.h"
+#include "ostrum/foundation/platform/WindowClass.h"
+
+namespace Ostrum {
+
+namespace {
+
+using Key = Generic::BasicDescriptorTable::Key;
+
+constexpr wchar_t kWindowClass[] = L"OSTRUM_DTM_MessageOnlyWindowClass";
+/// Runs the posted queue: one message serves every task registered before it arrives.
+constexpr UINT kRunPostedMessage = WM_APP + 0x100;
+/// The one-shot timer of the idle queue.
+constexpr UINT_PTR kIdleTimer = 1;
+constexpr UINT kIdleDelayMs = 10;
+
+struct Entry {
+  Key key;
+  DWORD expiry;  // GetTickCount value, 0 for none
+};
+
+// Tasks by ascending priority, equal priorities in order of arrival. The bucket used last is
+// remembered, since bursts of tasks usually share a priority.
+struct PostedQueue {
+  std::map<unsigned int, std::vector<Entry>> buckets;
+  unsigned int last_priority = 0;
+  std::vector<Entry>* last_bucket = nullptr;
+
+  void Add(unsigned int priority, Entry entry) {
+    if (!last_bucket || priority != last_priority) {
+      last_bucket = &buckets[priority];
+      last_priority = priority;
+    }
+    last_bucket->push_back(entry);
+  }
+};
+
+using IdleQueue = std::vector<Entry>;
+
+struct Session {
+  HWND m_window = nullptr;   // owned
+  PostedQueue* m_posted = nullptr;
+  IdleQueue* m_idle = nullptr;
+  uint64_t m_serial = 0;     // tells this session from a later one on the same thread
+
+  ~Session();
+};
+
+LRESULT CALLBACK WindowProc(HWND hwnd, UINT message, WPARAM wParam, LPARAM lParam);
+
+// What the library sets up at load and takes down at unload: the thread-local slot of the
+// sessions and the window class.
+struct Module {
+  DWORD slot = TLS_OUT_OF_INDEXES;
+
+  Module() {
+    slot = TlsAlloc();
+    WNDCLASSEXW wc;
+    wc.lpfnWndProc = WindowProc;
+    wc.hInstance = GetModuleHandleW(nullptr);
+    wc.lpszClassName = kWindowClass;
+    RegisterClassExW(&wc);
+  }
+  ~Module() {
+    UnregisterClassW(kWindowClass, GetModuleHandleW(nullptr));
+    TlsFree(slot);
+  }
+};
+
+Module g_module;
+thread_local uint64_t t_sessions_started = 0;
+
+Session* CurrentSession() { return static_cast<Session*>(TlsGetValue(g_module.slot)); }
+
+bool IsLive(uint64_t serial) {
+  Session* session = CurrentSession();
+  return session && session->m_serial == serial;
+}
+
+IAction* Take(Key key) { return static_cast<IAction*>(Private::DeferredTaskTable().UnregisterObject(key)); }
+
+// A task is performed unless it is reached at or after its expiry.
+void RunOrExpire(IAction* action, DWORD expiry) {
+  if (expiry == 0 || GetTickCount() < expiry) {
+    action->Perform();
+  } else {
+    action->Discard();
+  }
+}
+
+// Discards a task where nothing can be done about its failure to go.
+void DiscardQuietly(IAction* action) {
+  try {
+    action->Discard();
+  } catch (...) {
+  }
+}
+
+Session::~Session() {
+  // No task is performed any more; a task whose Discard does work does it here.
+  if (m_idle) {
+    std::unique_ptr<IdleQueue> idle(std::exchange(m_idle, nullptr));
+    for (const Entry& entry : *idle)
+      if (IAction* action = Take(entry.key)) DiscardQuietly(action);
+  }
+  if (m_posted) {
+    std::unique_ptr<PostedQueue> posted(std::exchange(m_posted, nullptr));
+    for (auto& bucket : posted->buckets)
+      for (const Entry& entry : bucket.second)
+        if (IAction* action = Take(entry.key)) DiscardQuietly(action);
+  }
+  if (m_window) DestroyWindow(m_window);
+}
+
+void RunPostedQueue() {
+  Session* session = CurrentSession();
+  if (!session || !session->m_posted) return;
+  const uint64_t serial = session->m_serial;
+  // 1. Detached first: a task registered from here on makes a new queue and message.
+  std::unique_ptr<PostedQueue> queue(std::exchange(session->m_posted, nullptr));
+  // 2. All of it in this one message, without yielding to input. A key already taken out was
+  //    discarded by its holder. If a task throws, the rest of the queue is neither run nor
+  //    discarded: their handles stay valid for their holders.
+  for (auto& bucket : queue->buckets) {
+    for (const Entry& entry : bucket.second) {
+      IAction* action = Take(entry.key);
+      if (!action) continue;
+      if (IsLive(serial)) {
+        RunOrExpire(action, entry.expiry);
+      } else {
+        action->Discard();  // a task ended the session: what is left goes as at the end
+      }
+    }
+  }
+}
+
+void RunIdleQueue() {
+  Session* session = CurrentSession();
+  if (!session || !session->m_idle) return;
+  const uint64_t serial = session->m_serial;
+  // 1. Detached first, so that an idle task registered by a task makes a new queue.
+  std::unique_ptr<IdleQueue> queue(std::exchange(session->m_idle, nullptr));
+  // 2.-3. One task at a time; after each, yield if anything waits in the thread's queue.
+  std::size_t next = 0;
+  bool yielded = false;
+  while (next < queue->size()) {
+    const Entry entry = (*queue)[next++];
+    if (IAction* action = Take(entry.key)) {
+      if (IsLive(serial)) {
+        RunOrExpire(action, entry.expiry);
+      } else {
+        action->Discard();
+      }
+    }
+    if (next < queue->size() && GetQueueStatus(QS_ALLEVENTS) != 0) {
+      yielded = true;
+      break;
+    }
+  }
+  // 4. Gone through: the queue is deleted with the unique_ptr.
+  if (!yielded) return;
+  // 5. Stopped early: keep what still waits, and come back 10 ms later at the earliest.
+  IdleQueue rest;
+  for (std::size_t i = next; i < queue->size(); ++i)
+    if (Private::DeferredTaskTable().GetObjectByKey((*queue)[i].key)) rest.push_back((*queue)[i]);
+  if (!IsLive(serial)) {
+    for (const Entry& entry : rest)
+      if (IAction* action = Take(entry.key)) action->Discard();
+    return;
+  }
+  session = CurrentSession();
+  if (!session->m_idle) {
+    session->m_idle = new IdleQueue(std::move(rest));
+  } else {
+    // A task of this run registered idle tasks. Their entries join the end of this run's
+    // remainder, which is then dropped with them: neither those nor the unfinished entries are
+    // ever reached, their handles stay valid, and the timer fires on the emptied new queue.
+    // Callers must not rely on idle tasks registered from within idle tasks.
+    rest.insert(rest.end(), session->m_idle->begin(), session->m_idle->end());
+    session->m_idle->clear();
+  }
+  SetTimer(session->m_window, kIdleTimer, kIdleDelayMs, nullptr);
+}
+
+LRESULT CALLBACK WindowProc(HWND hwnd, UINT message, WPARAM wParam, LPARAM lParam) {
+  if (message == kRunPostedMessage) {
+    RunPostedQueue();
+    return 0;
+  }
+  if (message == WM_TIMER) {
+    if (wParam == kIdleTimer) {
+      KillTimer(hwnd, kIdleTimer);  // one shot: the next idle task sets it again
+      RunIdleQueue();
+    }
+    return 0;
+  }
+  return DefWindowProcW(hwnd, message, wParam, lParam);
+}
+
+}  // namespace
+
+void DeferredTaskManager::StartDeferredTaskManagerSession() {
+  if (CurrentSession()) return;
+  auto session = std::make_unique<Session>();
+  session->m_window = CreateWindowExW(0, kWindowClass, nullptr, 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr,
+                                      GetModuleHandleW(nullptr), nullptr);
+  // Without its window a session could never run a task: the thread stays without one.
+  if (!session->m_window) return;
+  session->m_serial = ++t_sessions_started;
+  if (TlsSetValue(g_module.slot, session.get())) session.release();
+}
+
+void DeferredTaskManager::EndDeferredTaskManagerSession() {
+  Session* session = CurrentSession();
+  if (!session) return;
+  // Cleared first: what the discarded tasks register finds no session and stays with them.
+  TlsSetValue(g_module.slot, nullptr);
+  delete session;
+}
+
+DeferredTask* DeferredTaskManager::RegisterTask(IAction* action, unsigned int priority, unsigned int timeout) {
+  Session* session = CurrentSession();
+  if (!session) return nullptr;
+  const Key key = Private::DeferredTaskTable().RegisterObject(action);
+  if (key == 0) return nullptr;
+  const DWORD expiry = timeout == 0 ? 0 : GetTickCount() + timeout;
+  if (priority == IDLE_PRIORITY) {
+    if (!session->m_idle) {
+      session->m_idle = new IdleQueue;
+      SetTimer(session->m_window, kIdleTimer, kIdleDelayMs, nullptr);
+    }
+    session->m_idle->push_back({key, expiry});
+  } else {
+    if (!session->m_posted) {
+      // One message per burst. If the queue cannot take it, the task would never run: it is
+      // not registered, and the action stays with the caller.
+      if (!PostMessageW(session->m_window, kRunPostedMessage, 0, 0)) {
+        Take(key);
+        return nullptr;
+      }
+      session->m_posted = new PostedQueue;
+    }
+    session->m_posted->Add(priority, {key, expiry});
+  }
+  return Private::ToHandle(key);
+}
+
+}  // namespace Ostrum

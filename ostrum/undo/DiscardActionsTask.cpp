@@ -1,0 +1,45 @@
+#include "ostrum/undo/private/DiscardActionsTask.h"
+
+#include "ostrum/document/DeferredTaskManager.h"
+
+namespace Ostrum::Undo::Private {
+
+namespace {
+// An idle task that never expires.
+constexpr unsigned int kIdlePriority = 0xFFFFFFFFu;
+}
+
+DiscardActionsTask& DiscardActionsTask::Instance() {
+  static DiscardActionsTask task;
+  return task;
+}
+
+DiscardActionsTask::~DiscardActionsTask() {
+  if (m_task) m_task->Discard();
+}
+
+void DiscardActionsTask::ScheduleDiscard(IAction* action) {
+  if (!action) return;
+  DiscardActionsTask& task = Instance();
+  task.m_actions.push_back(action);
+  if (!task.m_task) task.m_task = DeferredTaskManager::RegisterTask(&task, kIdlePriority, 0);
+}
+
+void DiscardActionsTask::_Perform() {
+  // Cleared first, so that an action discarded by the actions below schedules a new task
+  // instead of joining this run.
+  m_task = nullptr;
+  std::vector<IAction*> actions;
+  actions.swap(m_actions);
+  for (IAction* action : actions) {
+    try {
+      action->Discard();
+    } catch (...) {
+      // One action's failure to go must not keep the others alive.
+    }
+  }
+}
+
+void DiscardActionsTask::_Discard() { _Perform(); }
+
+}  // namespace Ostrum::Undo::Private

@@ -1,0 +1,316 @@
+// The deferred-task manager on one thread: order of posted tasks, the idle queue with its timer
+// and its yield to waiting input, expiry, handles that work once, sessions and their end.
+
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+#include <thread>
+
+#include "support/CallLog.h"
+#include "ostrum/document/DeferredTaskManager.h"
+#include "ostrum/foundation/platform/HeadlessDriver.h"
+#include "ostrum/foundation/platform/MessageDispatch.h"
+#include "ostrum/foundation/platform/MessageLoop.h"
+#include "ostrum/foundation/platform/MessageQueue.h"
+#include "ostrum/foundation/platform/ProcessIdentity.h"
+#include "ostrum/foundation/platform/TickCount.h"
+#include "ostrum/foundation/platform/Window.h"
+#include "undo/RecordingAction.h"
+
+namespace {
+
+using Ostrum::DeferredTask;
+using Ostrum::DeferredTaskManager;
+using Entries = std::vector<std::string>;
+
+constexpr unsigned int kIdle = DeferredTaskManager::IDLE_PRIORITY;
+constexpr UINT kRunPosted = 0x8100;
+
+class DeferredTaskManagerTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    Drain();
+    DeferredTaskManager::StartDeferredTaskManagerSession();
+    m_alive = RecordingAction::Alive();
+    m_start = GetTickCount();
+  }
+  void TearDown() override {
+    DeferredTaskManager::EndDeferredTaskManagerSession();
+    Drain();
+    EXPECT_EQ(RecordingAction::Alive(), m_alive) << "every task was performed or discarded";
+  }
+  static void Drain() {
+    MSG msg;
+    while (PeekMessageW(&msg, nullptr, 0, 0, PM_REMOVE)) {
+    }
+  }
+
+  RecordingAction* Action(const std::string& name, RecordingAction::Reaction on_perform = {}) {
+    return new RecordingAction(name, &m_log, std::move(on_perform));
+  }
+  DeferredTask* Register(const std::string& name, unsigned int priority, unsigned int timeout = 0,
+                         RecordingAction::Reaction on_perform = {}) {
+    return DeferredTaskManager::RegisterTask(Action(name, std::move(on_perform)), priority, timeout);
+  }
+  // Takes every waiting run-posted message out of the queue, to count them before dispatching.
+  static std::vector<MSG> TakeRunPosted() {
+    std::vector<MSG> taken;
+    MSG msg;
+    while (PeekMessageW(&msg, nullptr, kRunPosted, kRunPosted, PM_REMOVE)) taken.push_back(msg);
+    return taken;
+  }
+  // The next idle run: the one-shot timer comes due 10 ms after it was set.
+  void RunIdle() { Ostrum::Desktop::RunFor(10); }
+  void PutInput() { ASSERT_TRUE(m_driver.InjectInput(nullptr, WM_KEYDOWN, 'I')); }
+  bool TimerSet() {
+    MSG msg;
+    m_driver.AdvanceClock(10);
+    return PeekMessageW(&msg, nullptr, WM_TIMER, WM_TIMER, PM_NOREMOVE);
+  }
+
+  CallLog m_log;
+  Ostrum::Desktop::HeadlessDriver m_driver;
+  int m_alive = 0;
+  DWORD m_start = 0;
+};
+
+TEST_F(DeferredTaskManagerTest, PostedTasksRunInOneMessageByPriorityThenArrival) {
+  DeferredTask* five = Register("a5", 5);
+  Register("b1", 1);
+  Register("c5", 5);
+  Register("d1", 1);
+  Register("e0", 0);
+  ASSERT_NE(five, nullptr);
+  EXPECT_TRUE(five->IsValid());
+  EXPECT_TRUE(m_log.empty()) << "nothing runs inside RegisterTask";
+
+  std::vector<MSG> posted = TakeRunPosted();
+  ASSERT_EQ(posted.size(), 1u) << "one posted message serves the whole burst";
+  wchar_t name[64];
+  GetClassNameW(posted[0].hwnd, name, 64);
+  EXPECT_STREQ(name, L"OSTRUM_DTM_MessageOnlyWindowClass");
+  EXPECT_EQ(posted[0].message, WM_APP + 0x100);
+
+  DispatchMessageW(&posted[0]);
+  EXPECT_EQ(m_log, (Entries{"perform e0", "perform b1", "perform d1", "perform a5", "perform c5"}));
+  EXPECT_FALSE(five->IsValid()) << "a handle finds nothing after its task ran";
+  EXPECT_FALSE(five->Discard());
+}
+
+TEST_F(DeferredTaskManagerTest, APostedTaskRegisteredByAPostedTaskRunsInALaterMessage) {
+  Register("first", 1, 0, [this] { Register("second", 0); });
+  Register("sibling", 2);
+  std::vector<MSG> posted = TakeRunPosted();
+  ASSERT_EQ(posted.size(), 1u);
+  DispatchMessageW(&posted[0]);
+  EXPECT_EQ(m_log, (Entries{"perform first", "perform sibling"})) << "the new task waits, despite priority 0";
+  posted = TakeRunPosted();
+  ASSERT_EQ(posted.size(), 1u) << "a second message was posted for it";
+  DispatchMessageW(&posted[0]);
+  EXPECT_EQ(m_log.back(), "perform second");
+}
+
+TEST_F(DeferredTaskManagerTest, AHandleWorksOnceDiscardBeforeTheMessageArrives) {
+  DeferredTask* task = Register("gone", 1);
+  Register("kept", 1);
+  EXPECT_TRUE(task->Discard());
+  EXPECT_EQ(m_log, (Entries{"discard gone"}));
+  EXPECT_FALSE(task->IsValid());
+  EXPECT_FALSE(task->Discard()) << "the key works only once";
+  Ostrum::Desktop::PumpWaitingMessages();
+  EXPECT_EQ(m_log, (Entries{"discard gone", "perform kept"})) << "the run finds nothing for it";
+}
+
+TEST_F(DeferredTaskManagerTest, TasksReachedAfterTheirTimeAreDiscarded) {
+  Register("late posted", 1, 100);
+  Register("early posted", 1, 200);
+  Register("late idle", kIdle, 100);
+  Register("just in time idle", kIdle, 161);
+  m_driver.AdvanceClock(150);
+  Ostrum::Desktop::PumpWaitingMessages();  // the posted run at +150; the idle timer too is due
+  EXPECT_EQ(m_log, (Entries{"discard late posted", "perform early posted", "discard late idle",
+                                      "perform just in time idle"}))
+     ;
+
+  Register("at its expiry", 1, 10);
+  m_driver.AdvanceClock(10);
+  Ostrum::Desktop::PumpWaitingMessages();
+  EXPECT_EQ(m_log.back(), "discard at its expiry") << "performed only while the clock is below";
+}
+
+TEST_F(DeferredTaskManagerTest, IdleTasksRunTenMillisecondsLaterOnAOneShotTimer) {
+  Register("a", kIdle);
+  m_driver.AdvanceClock(9);
+  Register("b", kIdle);
+  Ostrum::Desktop::PumpWaitingMessages();
+  EXPECT_TRUE(m_log.empty());
+  m_driver.AdvanceClock(1);  // 10 ms after the first idle task, whatever came later
+  Ostrum::Desktop::PumpWaitingMessages();
+  EXPECT_EQ(m_log, (Entries{"perform a", "perform b"}));
+  EXPECT_FALSE(TimerSet()) << "the handler killed the timer";
+}
+
+TEST_F(DeferredTaskManagerTest, IdleRunYieldsToWaitingInputAndResumesWhenTheQueueHasDrained) {
+  std::vector<DWORD> ticks;
+  auto note = [&] { ticks.push_back(GetTickCount() - m_start); };
+  Register("1", kIdle, 0, [&] {
+    note();
+    PutInput();  // the user presses a key while the first task runs
+  });
+  DeferredTask* second = Register("2", kIdle, 0, note);
+  Register("3", kIdle, 0, note);
+
+  m_driver.AdvanceClock(10);
+  MSG timer;
+  ASSERT_TRUE(PeekMessageW(&timer, nullptr, WM_TIMER, WM_TIMER, PM_REMOVE));
+  DispatchMessageW(&timer);
+  EXPECT_EQ(m_log, (Entries{"perform 1"})) << "one task, then the key comes first";
+  EXPECT_TRUE(second->IsValid());
+
+  // The host's loop takes the key, then the timer set again 10 ms later resumes the run.
+  Ostrum::Desktop::RunUntilIdle();
+  EXPECT_EQ(m_log, (Entries{"perform 1", "perform 2", "perform 3"}));
+  EXPECT_EQ(ticks, (std::vector<DWORD>{10, 20, 20}));
+}
+
+TEST_F(DeferredTaskManagerTest, IdleRunYieldsAlsoToPostedWorkAndDropsDiscardedEntries) {
+  DeferredTask* third = nullptr;
+  Register("1", kIdle, 0, [&] {
+    Register("posted", 1);  // its message now waits in the queue
+    third->Discard();
+  });
+  Register("2", kIdle);
+  third = Register("3", kIdle);
+  RunIdle();
+  EXPECT_EQ(m_log, (Entries{"perform 1", "discard 3", "perform posted"}));
+  RunIdle();
+  EXPECT_EQ(m_log.back(), "perform 2");
+  EXPECT_EQ(m_log.size(), 4u);
+}
+
+TEST_F(DeferredTaskManagerTest, AnIdleTaskRegisteredByACompleteRunRunsLater) {
+  Register("outer", kIdle, 0, [this] { Register("inner", kIdle); });
+  RunIdle();
+  EXPECT_EQ(m_log, (Entries{"perform outer"}));
+  RunIdle();
+  EXPECT_EQ(m_log, (Entries{"perform outer", "perform inner"}));
+}
+
+TEST_F(DeferredTaskManagerTest, IdleTasksRegisteredByAnInterruptedRunAreNeverReached) {
+  // Kept as the system behaves: the run that yields drops its own rest together with what its
+  // tasks registered. The handles stay valid, and only their holders can still discard them.
+  DeferredTask* inner = nullptr;
+  Register("1", kIdle, 0, [&] {
+    inner = Register("inner", kIdle);
+    PutInput();
+  });
+  DeferredTask* rest = Register("2", kIdle);
+  RunIdle();
+  Ostrum::Desktop::RunUntilIdle();
+  EXPECT_EQ(m_log, (Entries{"perform 1"}));
+  ASSERT_NE(inner, nullptr);
+  EXPECT_TRUE(inner->IsValid());
+  EXPECT_TRUE(rest->IsValid());
+  DeferredTaskManager::EndDeferredTaskManagerSession();
+  EXPECT_TRUE(inner->IsValid()) << "not even the end of the session reaches them";
+  EXPECT_TRUE(inner->Discard());
+  EXPECT_TRUE(rest->Discard());
+  EXPECT_EQ(m_log, (Entries{"perform 1", "discard inner", "discard 2"}));
+}
+
+TEST_F(DeferredTaskManagerTest, ASecondStartKeepsTheFirstSession) {
+  Register("registered before", 1);
+  Register("idle before", kIdle);
+  DeferredTaskManager::StartDeferredTaskManagerSession();
+  Ostrum::Desktop::RunUntilIdle();
+  EXPECT_EQ(m_log, (Entries{"perform registered before", "perform idle before"}));
+}
+
+TEST_F(DeferredTaskManagerTest, EndingTheSessionDiscardsEverythingIdleFirst) {
+  Register("posted 3", 3);
+  Register("idle a", kIdle);
+  Register("posted 1", 1);
+  Register("idle b", kIdle, 0);
+  DeferredTaskManager::EndDeferredTaskManagerSession();
+  EXPECT_EQ(m_log, (Entries{"discard idle a", "discard idle b", "discard posted 1", "discard posted 3"}))
+     ;
+  EXPECT_EQ(Ostrum::Desktop::RunUntilIdle(), 0) << "the window is gone with its message and timer";
+
+  RecordingAction* kept = Action("kept");
+  EXPECT_EQ(DeferredTaskManager::RegisterTask(kept, 1, 0), nullptr) << "no session, no task";
+  EXPECT_EQ(m_log.size(), 4u) << "and the action stays with the caller";
+  kept->Discard();
+  DeferredTaskManager::EndDeferredTaskManagerSession();  // nothing to end: no effect
+}
+
+TEST_F(DeferredTaskManagerTest, WhatADiscardRegistersAtTheEndFindsNoSession) {
+  DeferredTask* again = reinterpret_cast<DeferredTask*>(1);
+  RecordingAction* orphan = Action("orphan");
+  auto* action = new RecordingAction("last", &m_log, {},
+                                     [&] { again = DeferredTaskManager::RegisterTask(orphan, 1, 0); });
+  DeferredTaskManager::RegisterTask(action, kIdle, 0);
+  DeferredTaskManager::EndDeferredTaskManagerSession();
+  EXPECT_EQ(again, nullptr);
+  orphan->Discard();
+}
+
+TEST_F(DeferredTaskManagerTest, ATaskThatEndsTheSessionLeavesTheRestDiscarded) {
+  Register("ender", 1, 0, [] { DeferredTaskManager::EndDeferredTaskManagerSession(); });
+  Register("after", 2);
+  Ostrum::Desktop::PumpWaitingMessages();
+  EXPECT_EQ(m_log, (Entries{"perform ender", "discard after"}));
+}
+
+TEST_F(DeferredTaskManagerTest, AThrowingTaskLeavesTheRestOfItsQueueToItsHolders) {
+  Register("throws", 1, 0, [] { throw std::runtime_error("task failed"); });
+  DeferredTask* stranded = Register("stranded", 2);
+  std::vector<MSG> posted = TakeRunPosted();
+  ASSERT_EQ(posted.size(), 1u);
+  EXPECT_THROW(DispatchMessageW(&posted[0]), std::runtime_error) << "the exception leaves the handler";
+  EXPECT_EQ(m_log, (Entries{"perform throws"}));
+  EXPECT_TRUE(stranded->IsValid()) << "neither run nor discarded";
+
+  Register("next", 1);
+  Ostrum::Desktop::PumpWaitingMessages();
+  EXPECT_EQ(m_log.back(), "perform next") << "the session goes on with a new queue";
+  EXPECT_TRUE(stranded->Discard());
+}
+
+TEST_F(DeferredTaskManagerTest, NullActionIsNotRegistered) {
+  EXPECT_EQ(DeferredTaskManager::RegisterTask(nullptr, 1, 0), nullptr);
+  EXPECT_EQ(DeferredTaskManager::RegisterTask(nullptr, kIdle, 0), nullptr);
+  EXPECT_EQ(Ostrum::Desktop::RunUntilIdle(), 0) << "and nothing was scheduled for it";
+}
+
+TEST(DeferredTaskManagerThreads, AThreadWithoutSessionKeepsItsActionAndAnotherThreadHasItsOwn) {
+  CallLog log;
+  const DWORD main_thread = GetCurrentThreadId();
+  DeferredTaskManager::StartDeferredTaskManagerSession();
+  DeferredTaskManager::RegisterTask(new RecordingAction("main", &log), 1, 0);
+
+  DWORD ran_on = 0;
+  CallLog thread_log;
+  std::thread([&] {
+    RecordingAction* kept = new RecordingAction("kept", &thread_log);
+    EXPECT_EQ(DeferredTaskManager::RegisterTask(kept, 1, 0), nullptr);
+    EXPECT_TRUE(thread_log.empty());
+    kept->Discard();
+    thread_log.clear();
+
+    DeferredTaskManager::StartDeferredTaskManagerSession();
+    DeferredTaskManager::RegisterTask(new RecordingAction("thread", &thread_log, [&] { ran_on = GetCurrentThreadId(); }),
+                                      1, 0);
+    Ostrum::Desktop::RunUntilIdle();
+    DeferredTaskManager::EndDeferredTaskManagerSession();
+  }).join();
+
+  EXPECT_EQ(thread_log, (Entries{"perform thread"}));
+  EXPECT_NE(ran_on, 0u);
+  EXPECT_NE(ran_on, main_thread);
+  EXPECT_TRUE(log.empty()) << "the main thread's task waits for the main thread's loop";
+  Ostrum::Desktop::RunUntilIdle();
+  EXPECT_EQ(log, (Entries{"perform main"}));
+  DeferredTaskManager::EndDeferredTaskManagerSession();
+}
+
+}  // namespace

@@ -9,11 +9,11 @@
 #include "ostrum/document/private/DeferredTaskTable.h"
 #include "ostrum/foundation/platform/MessageQueue.h"
 #include "ostrum/foundation/platform/ProcessIdentity.h"
-#include "ostrum/foundation/platform/ThreadLocalSlots.h"
 #include "ostrum/foundation/platform/TickCount.h"
 #include "ostrum/foundation/platform/Timer.h"
 #include "ostrum/foundation/platform/Window.h"
 #include "ostrum/foundation/platform/WindowClass.h"
+#include "ostrum/foundation/platform/private/StaticThreadLocal.h"
 
 namespace Ostrum {
 
@@ -51,40 +51,64 @@ struct PostedQueue {
 
 using IdleQueue = std::vector<Entry>;
 
+// A queue that has been run keeps its storage for the next burst, up to this many entries, so
+// that a steady stream of bursts does not allocate and fault in fresh memory each time.
+constexpr std::size_t kKeptCapacity = std::size_t{1} << 18;
+
 struct Session {
   HWND m_window = nullptr;   // owned
   PostedQueue* m_posted = nullptr;
   IdleQueue* m_idle = nullptr;
   uint64_t m_serial = 0;     // tells this session from a later one on the same thread
+  std::unique_ptr<PostedQueue> m_spare_posted;
+  std::unique_ptr<IdleQueue> m_spare_idle;
 
   ~Session();
+
+  PostedQueue* NewPosted() { return m_spare_posted ? m_spare_posted.release() : new PostedQueue; }
+  IdleQueue* NewIdle() { return m_spare_idle ? m_spare_idle.release() : new IdleQueue; }
+
+  void Recycle(std::unique_ptr<PostedQueue> queue) {
+    if (m_spare_posted) return;
+    // Buckets of priorities seen once are not kept.
+    if (queue->buckets.size() > 4) queue->buckets.clear();
+    for (auto& bucket : queue->buckets) {
+      bucket.second.clear();
+      if (bucket.second.capacity() > kKeptCapacity) bucket.second.shrink_to_fit();
+    }
+    queue->last_bucket = nullptr;
+    m_spare_posted = std::move(queue);
+  }
+  void Recycle(std::unique_ptr<IdleQueue> queue) {
+    if (m_spare_idle || queue->capacity() > kKeptCapacity) return;
+    queue->clear();
+    m_spare_idle = std::move(queue);
+  }
 };
 
 LRESULT CALLBACK WindowProc(HWND hwnd, UINT message, WPARAM wParam, LPARAM lParam);
 
-// What the library sets up at load and takes down at unload: the thread-local slot of the
-// sessions and the window class.
+// What the library sets up at load and takes down at unload: the window class.
 struct Module {
-  DWORD slot = TLS_OUT_OF_INDEXES;
-
   Module() {
-    slot = TlsAlloc();
     WNDCLASSEXW wc;
     wc.lpfnWndProc = WindowProc;
     wc.hInstance = GetModuleHandleW(nullptr);
     wc.lpszClassName = kWindowClass;
     RegisterClassExW(&wc);
   }
-  ~Module() {
-    UnregisterClassW(kWindowClass, GetModuleHandleW(nullptr));
-    TlsFree(slot);
-  }
+  ~Module() { UnregisterClassW(kWindowClass, GetModuleHandleW(nullptr)); }
 };
 
 Module g_module;
-thread_local uint64_t t_sessions_started = 0;
 
-Session* CurrentSession() { return static_cast<Session*>(TlsGetValue(g_module.slot)); }
+// The thread-local slot of the sessions. Every registration reads it, so it is a plain
+// thread_local in the static block rather than a slot of the TlsAlloc family, which costs a
+// chain of lookups per read.
+OSTRUM_STATIC_TLS thread_local Session* t_session = nullptr;
+OSTRUM_STATIC_TLS thread_local uint64_t t_sessions_started = 0;
+
+Session* CurrentSession() { return t_session; }
 
 bool IsLive(uint64_t serial) {
   Session* session = CurrentSession();
@@ -146,6 +170,8 @@ void RunPostedQueue() {
       }
     }
   }
+  // 3. Done with the queue.
+  if (IsLive(serial)) CurrentSession()->Recycle(std::move(queue));
 }
 
 void RunIdleQueue() {
@@ -171,8 +197,11 @@ void RunIdleQueue() {
       break;
     }
   }
-  // 4. Gone through: the queue is deleted with the unique_ptr.
-  if (!yielded) return;
+  // 4. Gone through: done with the queue.
+  if (!yielded) {
+    if (IsLive(serial)) CurrentSession()->Recycle(std::move(queue));
+    return;
+  }
   // 5. Stopped early: keep what still waits, and come back 10 ms later at the earliest.
   IdleQueue rest;
   for (std::size_t i = next; i < queue->size(); ++i)
@@ -183,8 +212,10 @@ void RunIdleQueue() {
     return;
   }
   session = CurrentSession();
+  session->Recycle(std::move(queue));
   if (!session->m_idle) {
-    session->m_idle = new IdleQueue(std::move(rest));
+    session->m_idle = session->NewIdle();
+    session->m_idle->swap(rest);
   } else {
     // A task of this run registered idle tasks. Their entries join the end of this run's
     // remainder, which is then dropped with them: neither those nor the unfinished entries are
@@ -221,14 +252,14 @@ void DeferredTaskManager::StartDeferredTaskManagerSession() {
   // Without its window a session could never run a task: the thread stays without one.
   if (!session->m_window) return;
   session->m_serial = ++t_sessions_started;
-  if (TlsSetValue(g_module.slot, session.get())) session.release();
+  t_session = session.release();
 }
 
 void DeferredTaskManager::EndDeferredTaskManagerSession() {
   Session* session = CurrentSession();
   if (!session) return;
   // Cleared first: what the discarded tasks register finds no session and stays with them.
-  TlsSetValue(g_module.slot, nullptr);
+  t_session = nullptr;
   delete session;
 }
 
@@ -240,7 +271,7 @@ DeferredTask* DeferredTaskManager::RegisterTask(IAction* action, unsigned int pr
   const DWORD expiry = timeout == 0 ? 0 : GetTickCount() + timeout;
   if (priority == IDLE_PRIORITY) {
     if (!session->m_idle) {
-      session->m_idle = new IdleQueue;
+      session->m_idle = session->NewIdle();
       SetTimer(session->m_window, kIdleTimer, kIdleDelayMs, nullptr);
     }
     session->m_idle->push_back({key, expiry});
@@ -252,7 +283,7 @@ DeferredTask* DeferredTaskManager::RegisterTask(IAction* action, unsigned int pr
         Take(key);
         return nullptr;
       }
-      session->m_posted = new PostedQueue;
+      session->m_posted = session->NewPosted();
     }
     session->m_posted->Add(priority, {key, expiry});
   }

@@ -1,9 +1,11 @@
 #include "ostrum/foundation/platform/LastError.h"
 
-namespace {
-thread_local DWORD t_last_error = ERROR_SUCCESS;
+#include "ostrum/foundation/platform/private/LastErrorSlot.h"
+
+namespace Ostrum::Desktop::Private {
+OSTRUM_STATIC_TLS thread_local DWORD t_last_error = ERROR_SUCCESS;
 }
 
-DWORD GetLastError() { return t_last_error; }
+DWORD GetLastError() { return Ostrum::Desktop::Private::t_last_error; }
 
-void SetLastError(DWORD code) { t_last_error = code; }
+void SetLastError(DWORD code) { Ostrum::Desktop::Private::t_last_error = code; }

@@ -5,6 +5,7 @@
 #include <atomic>
 
 #include "ostrum/foundation/platform/LastError.h"
+#include "ostrum/foundation/platform/private/StaticThreadLocal.h"
 
 namespace {
 
@@ -15,7 +16,7 @@ std::atomic<DWORD> g_next_thread_id{1};
 }  // namespace
 
 DWORD GetCurrentThreadId() {
-  thread_local const DWORD id = g_next_thread_id.fetch_add(1, std::memory_order_relaxed);
+  OSTRUM_STATIC_TLS thread_local const DWORD id = g_next_thread_id.fetch_add(1, std::memory_order_relaxed);
   return id;
 }
 

@@ -9,6 +9,7 @@
 #include "ostrum/foundation/platform/MessageQueue.h"
 #include "ostrum/foundation/platform/ProcessIdentity.h"
 #include "ostrum/foundation/platform/Timer.h"
+#include "ostrum/foundation/platform/private/StaticThreadLocal.h"
 #include "ostrum/foundation/platform/private/WindowTable.h"
 
 namespace Ostrum::Desktop::Private {
@@ -35,6 +36,10 @@ Registry& GetRegistry() {
   return *registry;
 }
 
+// The calling thread's queue while its holder lives: a plain pointer, so that reaching the
+// queue is one load once the thread has one.
+OSTRUM_STATIC_TLS thread_local ThreadQueue* t_queue = nullptr;
+
 // The thread's share of the model: made on the thread's first call that needs a queue, and
 // taken down when the thread ends.
 struct ThreadHolder {
@@ -47,6 +52,7 @@ struct ThreadHolder {
   }
 
   ~ThreadHolder() {
+    t_queue = nullptr;
     // No procedure can run for the thread's windows any more: they leave the table without
     // messages, and CWnd objects still attached lose their handles.
     for (CWnd* object : WindowTable::Get().ForgetThread(queue->GetThreadId())) object->m_hWnd = nullptr;
@@ -144,7 +150,7 @@ void ThreadQueue::SetQuit(int exit_code) {
 }
 
 void ThreadQueue::_MarkSeen() {
-  m_arrived.store(0, std::memory_order_release);
+  if (m_arrived.load(std::memory_order_relaxed) != 0) m_arrived.store(0, std::memory_order_release);
   if (m_timers.empty()) return;
   const uint64_t now = _Now();
   for (Timer& timer : m_timers)
@@ -200,7 +206,9 @@ bool ThreadQueue::Take(MSG& out, const MessageFilter& filter, bool remove) {
 
 DWORD ThreadQueue::Status(UINT flags) {
   UINT present = m_present.load(std::memory_order_acquire);
-  UINT arrived = m_arrived.exchange(0, std::memory_order_acq_rel);
+  // Looked at before it is cleared: an idle loop asks after every task, mostly of an empty queue.
+  UINT arrived = m_arrived.load(std::memory_order_acquire);
+  if (arrived != 0) arrived = m_arrived.exchange(0, std::memory_order_acq_rel);
   if (!m_timers.empty()) {
     const uint64_t now = _Now();
     for (Timer& timer : m_timers) {
@@ -275,7 +283,12 @@ void ThreadQueue::ForgetWindow(HWND hwnd) {
   std::erase_if(m_timers, [&](const Timer& t) { return t.hwnd == hwnd; });
 }
 
-ThreadQueue& CurrentQueue() { return *Holder().queue; }
+ThreadQueue& CurrentQueue() {
+  if (ThreadQueue* queue = t_queue) return *queue;
+  ThreadQueue& queue = *Holder().queue;
+  t_queue = &queue;
+  return queue;
+}
 
 std::shared_ptr<ThreadQueue> CurrentQueueShared() { return Holder().queue; }
 

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "CleanupScenario.h"
 #include "PlannerTrace.h"
 #include "ostrum/document/MDocument.h"
 #include "ostrum/document/MLocker.h"
@@ -271,6 +272,10 @@ int main() {
 
   implant->DetachAll();
   screw->DetachAll();
+
+  Heading(L"clean-up work at idle time");
+  planner::RunCleanupScenario();
+
   std::printf("\nplanner: done\n");
   return 0;
 }

@@ -105,8 +105,9 @@ TEST(DeferredTaskConcurrency, DiscardAndIsValidFromAnotherThreadWhileTheQueuesRu
     discarded += d;
     EXPECT_FALSE(handles[i].load()->IsValid());
   }
+  // The owner waits for the other thread's attempts on every burst, so discards happen; how
+  // many tasks are left to be performed depends on the scheduler.
   EXPECT_GT(discards_won.load(), 0) << "the threads never met";
-  EXPECT_GT(performed, 0);
   EXPECT_EQ(discarded, discards_won.load()) << "only the other thread discarded: nothing expired or was left";
   EXPECT_EQ(performed + discarded, kTasks);
 }

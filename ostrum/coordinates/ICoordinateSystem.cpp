@@ -1,0 +1,3 @@
+#include "ostrum/coordinates/ICoordinateSystem.h"
+
+ICoordinateSystem::~ICoordinateSystem() = default;

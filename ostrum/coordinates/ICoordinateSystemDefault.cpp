@@ -1,0 +1,3 @@
+#include "ostrum/coordinates/ICoordinateSystemDefault.h"
+
+ICoordinateSystemDefault::~ICoordinateSystemDefault() = default;

@@ -1,0 +1,3 @@
+#include "ostrum/coordinates/ITransformRepositoryNotifyDelete.h"
+
+ITransformRepositoryNotifyDelete::~ITransformRepositoryNotifyDelete() = default;

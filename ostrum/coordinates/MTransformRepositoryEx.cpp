@@ -1,0 +1,90 @@
+#include "ostrum/coordinates/MTransformRepositoryEx.h"
+
+#include "ostrum/coordinates/MTransformRepositoryException.h"
+#include "ostrum/foundation/core/MUnit.h"
+#include "ostrum/foundation/geometry/MMTransformMatrix.h"
+
+MTransformRepositoryEx::MTransformRepositoryEx() {
+  m_load_flag = false;
+  _SetAbsoluteWorldUnit(L"stl units");
+  m_system_stl = GetAbsoluteWorld();
+  MMTransformMatrix scale;
+  scale.MakeScale1D(MUnit::GetIE());
+  m_system_mm = CreateNewSystem(scale, m_system_stl, L"mm");
+  m_system_ui = CreateNewSystem(MMTransformMatrix(), m_system_mm, L"ui");
+  m_inch = false;
+  _SetVersionLatest();
+}
+
+MTransformRepositoryEx::~MTransformRepositoryEx() {
+  m_resolved.clear();
+  m_system_ui.SetUndefined();
+  m_system_stl.SetUndefined();
+  m_system_mm.SetUndefined();
+}
+
+MTransformRepositoryEx* MTransformRepositoryEx::CreateInstance() {
+  auto* instance = new MTransformRepositoryEx();
+  instance->_NotifyWokeUp();
+  return instance;
+}
+
+void MTransformRepositoryEx::DeleteInstance() {
+  // Only an application repository: a plain one belongs to whoever made it. The destructor
+  // clears the instance.
+  delete GetInstance();
+}
+
+MTransformRepositoryEx* MTransformRepositoryEx::GetInstance() {
+  return dynamic_cast<MTransformRepositoryEx*>(MTransformRepository::GetInstance());
+}
+
+bool MTransformRepositoryEx::IsCoordinateSystemDefault(MCoordinateSystem const& system) const {
+  return system == GetAbsoluteWorld() || system == m_system_mm || system == m_system_ui ||
+         system == m_system_stl;
+}
+
+void MTransformRepositoryEx::SetDependentCoordinateSystem(MCoordinateSystem const& system,
+                                                          MCoordinateSystem const& parent) {
+  if (IsCoordinateSystemDefault(system))
+    throw MTransformRepositoryException(MTransformRepositoryException::RepExceptionDefaultSystem);
+  MTransformRepository::SetDependentCoordinateSystem(system, parent);
+}
+
+MCoordinateSystem MTransformRepositoryEx::GetDependentCoordinateSystem(
+    MCoordinateSystem const& system) const {
+  if (system.IsDefined()) return MTransformRepository::GetDependentCoordinateSystem(system);
+  MTransformRepositoryEx const* instance = GetInstance();
+  return (instance ? instance : this)->m_system_mm;
+}
+
+MCoordinateSystem MTransformRepositoryEx::GetEyeFromWindow(MCoordinateSystem const& window) const {
+  MCoordinateSystem eye;
+  if (window.IsDefined()) eye.SetInternalSystem(window.GetInternalSystem()->GetTo());
+  return eye;
+}
+
+void MTransformRepositoryEx::_SetGUIUnit(bool inch) {
+  m_inch = inch;
+  SetUnit(m_system_ui, inch ? L"inch" : L"mm");
+  MMTransformMatrix scale;
+  scale.MakeScale1D(inch ? 25.4 : 1.0);
+  // Written through AccessTransform, which empties the cache; a loaded system UI whose
+  // transform is no matrix gets a matrix.
+  if (MMTransformMatrix* own = AccessTransformMatrix(m_system_ui))
+    *own = scale;
+  else
+    ReplaceTransform(scale, m_system_ui);
+}
+
+void MTransformRepositoryEx::SetGUIUnitMm() { _SetGUIUnit(false); }
+
+void MTransformRepositoryEx::SetGUIUnitInch() { _SetGUIUnit(true); }
+
+std::int32_t MTransformRepositoryEx::GetSystemUIToStl() const {
+  return static_cast<std::int32_t>(GetTransformMatrix(m_system_ui, m_system_stl).GetScale());
+}
+
+std::int32_t MTransformRepositoryEx::GetSystemMmToStl() const {
+  return static_cast<std::int32_t>(GetTransformMatrix(m_system_mm, m_system_stl).GetScale());
+}

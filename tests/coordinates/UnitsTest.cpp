@@ -1,0 +1,81 @@
+// The application's repository: the STL world, the millimetre and user-interface systems, the
+// unit of the user interface, and the rule that default systems stay where they are.
+
+#include <gtest/gtest.h>
+
+#include "CoordinatesTestSupport.h"
+#include "ostrum/coordinates/MTransformRepositoryException.h"
+#include "ostrum/foundation/core/MUnit.h"
+
+namespace coordinates_test {
+namespace {
+
+class UnitRepository : public ::testing::Test {
+ protected:
+  UnitRepository() : rep(*MTransformRepositoryEx::CreateInstance()) {}
+  ~UnitRepository() override { MTransformRepositoryEx::DeleteInstance(); }
+  MTransformRepositoryEx& rep;
+};
+
+TEST_F(UnitRepository, TheUnitSystemsHangFromTheStlWorld) {
+  EXPECT_EQ(rep.GetSystemStl(), rep.GetAbsoluteWorld());
+  EXPECT_EQ(rep.GetSystemRenderWorld(), rep.GetSystemMm());
+  EXPECT_EQ(rep.GetSystemUI().GetInternalSystem()->GetTo(), rep.GetSystemMm().GetInternalSystem());
+  EXPECT_EQ(rep.GetSystemStl().GetUnit(), L"stl units");
+  EXPECT_EQ(rep.GetSystemMm().GetUnit(), L"mm");
+  EXPECT_EQ(rep.GetSystemUI().GetUnit(), L"ui");
+  EXPECT_EQ(rep.GetSystemMmToStl(), MUnit::GetIE());
+  EXPECT_EQ(rep.GetSystemUIToStl(), MUnit::GetIE());
+  EXPECT_EQ(rep.GetVersionMajor(), 1);
+  EXPECT_EQ(rep.GetVersionMinor(), 0);
+  EXPECT_EQ(rep.GetDependentCoordinateSystem(MCoordinateSystem()), rep.GetSystemMm());
+
+  rep.SetGUIUnitInch();
+  EXPECT_TRUE(rep.IsGUIInch());
+  EXPECT_EQ(rep.GetSystemUI().GetUnit(), L"inch");
+  EXPECT_EQ(rep.GetSystemUIToStl(), 254000);
+  EXPECT_EQ(rep.GetSystemMmToStl(), MUnit::GetIE());
+  rep.SetGUIUnitMm();
+  EXPECT_TRUE(rep.IsGUIMm());
+  EXPECT_EQ(rep.GetSystemUI().GetUnit(), L"mm");
+  EXPECT_EQ(rep.GetSystemUIToStl(), MUnit::GetIE());
+}
+
+TEST_F(UnitRepository, DefaultSystemsCannotBeMovedButCanTakeChildren) {
+  MCoordinateSystem a = rep.CreateNewSystem(Scale(2), rep.GetSystemMm());
+  int thrown = 0;
+  for (MCoordinateSystem const& d : {rep.GetSystemMm(), rep.GetSystemStl(), rep.GetSystemUI(),
+                                     rep.GetSystemRenderWorld()}) {
+    EXPECT_TRUE(rep.IsCoordinateSystemDefault(d));
+    try {
+      rep.SetDependentCoordinateSystem(d, a);
+    } catch (MTransformRepositoryException const& e) {
+      thrown += e.GetException() == MTransformRepositoryException::RepExceptionDefaultSystem;
+    }
+  }
+  EXPECT_EQ(thrown, 4);
+  EXPECT_EQ(rep.GetSystemMm().GetInternalSystem()->GetTo(), rep.GetSystemStl().GetInternalSystem());
+  rep.SetDependentCoordinateSystem(a, rep.GetSystemRenderWorld());
+  rep.SetDependentCoordinateSystem(a, rep.GetSystemUI());
+  EXPECT_EQ(a.GetInternalSystem()->GetTo(), rep.GetSystemUI().GetInternalSystem());
+
+  MCoordinateSystem window = rep.CreateNewSystem(Scale(0.5), a);
+  EXPECT_EQ(rep.GetEyeFromWindow(window), a);
+}
+
+TEST(UnitRepositoryInstance, OnlyAnApplicationRepositoryIsTheDocumentsInstance) {
+  MTransformRepositoryEx* first = MTransformRepositoryEx::CreateInstance();
+  EXPECT_EQ(MTransformRepositoryEx::GetInstance(), first);
+  {
+    ProbeRepository plain;
+    EXPECT_EQ(MTransformRepositoryEx::GetInstance(), nullptr);
+    MTransformRepositoryEx::DeleteInstance();
+    EXPECT_EQ(MTransformRepository::GetInstance(), &plain) << "a plain repository is its owner's";
+  }
+  delete first;
+  MTransformRepositoryEx::DeleteInstance();
+  EXPECT_EQ(MTransformRepository::GetInstance(), nullptr);
+}
+
+}  // namespace
+}  // namespace coordinates_test

@@ -3,7 +3,6 @@
 // told to refuse a prepare or fail its share of doing.
 
 #include <cstdint>
-#include <functional>
 
 #include "ostrum/document/MDocument.h"
 #include "ostrum/operations/IUIUpdate.h"
@@ -25,14 +24,6 @@ class TestDocument : public MDocument {
   void DoUpdateUI(MOperation* operation, void* param, uint32_t unused) override {
     LogCall(m_log, "doc.DoUpdateUI");
     MDocument::DoUpdateUI(operation, param, unused);
-  }
-  void SetModifiedFlag(bool modified = true) override {
-    LogCall(m_log, modified ? "doc.SetModifiedFlag(true)" : "doc.SetModifiedFlag(false)");
-    MDocument::SetModifiedFlag(modified);
-  }
-  void SetTitle(const wchar_t* title) override {
-    LogCall(m_log, "doc.SetTitle");
-    MDocument::SetTitle(title);
   }
 
  protected:

@@ -5,7 +5,6 @@
 #include <cstdint>
 #include <string>
 
-#include "ostrum/operations/IUIUpdate.h"
 #include "ostrum/operations/MOperation.h"
 #include "support/CallLog.h"
 
@@ -13,24 +12,17 @@ struct OperationProbe {
   CallLog* log = nullptr;
   int destroyed = 0;
   uint32_t flags_at_prepare = 0;
-  bool done_mark_in_do = false;
   bool prepare_answer = true;
 };
 
 class TestOperation : public MOperation {
  public:
   /// Action 9 has no entry of its own: the default flags 0x770008 stand.
-  static constexpr uint32_t kAction = 9;
-
-  TestOperation(std::string name, OperationProbe& probe, uint32_t action = kAction)
-      : MOperation(action), m_name(std::move(name)), m_probe(probe) {}
+  TestOperation(std::string name, OperationProbe& probe) : MOperation(9), m_name(std::move(name)), m_probe(probe) {}
   ~TestOperation() override {
     ++m_probe.destroyed;
     Log("~");
   }
-
-  using MOperation::_LoadState;
-  using MOperation::_SaveState;
 
   bool _PrepareOperation() override {
     Log("_PrepareOperation");
@@ -39,7 +31,6 @@ class TestOperation : public MOperation {
   }
   bool _DoOperation() override {
     Log("_DoOperation");
-    m_probe.done_mark_in_do = IUIUpdate::IsOperationBeingDone();
     return MOperation::_DoOperation();
   }
 

@@ -1,0 +1,171 @@
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cstdint>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <vector>
+
+#include "ostrum/foundation/core/MFile.h"
+#include "ostrum/foundation/core/MFileName.h"
+#include "ostrum/foundation/core/StringResources.h"
+#include "ostrum/objects/MObject.h"
+#include "ostrum/operations/MOperation.h"
+#include "support/TestObjects.h"
+
+namespace {
+
+// The host's texts of some actions; 355 and 778 have none.
+struct HostTexts : testing::Test {
+  static void SetUpTestSuite() {
+    for (auto [id, text] : {std::pair{352, L"Add %s"}, {353, L"%s removed"}, {354, L"Move %s to front"}, {356, L"%s"},
+                            {357, L"Run 100%% of %s"}, {358, L"Change"}, {383, L"Action"}})
+      VarnResSetString(id, text);
+  }
+  static void TearDownTestSuite() { VarnResClearStrings(); }
+};
+
+constexpr uint32_t kUnchanged = 0xFFFFFFFF;  // the action keeps the flags that stood before
+
+struct ActionRow {
+  uint32_t action, flags, inverse, text_id;
+  const wchar_t* bare;        // the action string without objects: the gap of the name closes
+  const wchar_t* two_screws;  // and with two objects of one type
+};
+
+void PrintTo(const ActionRow& row, std::ostream* out) { *out << "action " << row.action; }
+
+struct MOperationActionTable : HostTexts, testing::WithParamInterface<ActionRow> {};
+
+TEST_P(MOperationActionTable, SetsFlagsAndNamesInverseAndText) {
+  const ActionRow& row = GetParam();
+  constexpr uint32_t kMarker = 0x1000005;  // flags no action of the table sets
+  MOperation op;
+  op.SetFlags(kMarker);
+  op.SetAction(row.action);
+  EXPECT_EQ(op.GetAction(), row.action);
+  EXPECT_EQ(op.GetFlags(), row.flags == kUnchanged ? kMarker : row.flags) << std::hex << op.GetFlags();
+  EXPECT_EQ(op.GetInverseAction(), row.inverse);
+  EXPECT_EQ(MOperation::GetActionTextID(row.action), row.text_id);
+  const uint32_t built_flags = MOperation(row.action).GetFlags();
+  EXPECT_EQ(built_flags, row.flags == kUnchanged ? uint32_t{MOperation::FLAGS_DEFAULT} : row.flags);
+
+  // Reversing turns to the inverse and keeps the flags: an add does not take on those of remove.
+  MOperation reversed(row.action);
+  reversed.AddFlags(MOperation::FLAG_CAN_BE_REVERSED);
+  EXPECT_TRUE(reversed.Reverse());
+  EXPECT_EQ(reversed.GetAction(), row.inverse);
+  EXPECT_EQ(reversed.GetFlags(), built_flags | MOperation::FLAG_CAN_BE_REVERSED);
+
+  EXPECT_EQ(std::wstring(op.GetActionString()), row.bare);
+  TestObject screw("", nullptr, L"Screw"), screw2("", nullptr, L"Screw");
+  op.AddObject(&screw);
+  op.AddObject(&screw2);
+  EXPECT_EQ(std::wstring(op.GetActionString()), row.two_screws);
+}
+
+const ActionRow kActions[] = {
+    {0, 0x370008, 1, 352, L"Add", L"Add Screws"},      {1, 0x770008, 0, 353, L"removed", L"Screws removed"},
+    {2, kUnchanged, 2, 778, L"", L""},                 {3, 0x340000, 0, 353, L"removed", L"Screws removed"},
+    {4, 0x370008, 4, 356, L"Action", L"Screws"},       {5, 0x37000A, 6, 354, L"Move to front", L"Move Screws to front"},
+    {6, 0x37000A, 5, 355, L"", L""},                   {7, 0x700000, 7, 358, L"Change", L"Change"},
+    {8, 0x700000, 8, 358, L"Change", L"Change"},       {400, 0x340000, 400, 357, L"Run 100% of", L"Run 100% of Screws"},
+    {9, kUnchanged, 9, 358, L"Change", L"Change"},     {60000, kUnchanged, 60000, 358, L"Change", L"Change"}};
+
+INSTANTIATE_TEST_SUITE_P(Actions, MOperationActionTable, testing::ValuesIn(kActions),
+                         [](const auto& info) { return "Action" + std::to_string(info.param.action); });
+
+// The name is the first object's type name, or "Object" once another run-time type shows up; a
+// derived format takes the place of the table's.
+TEST_F(HostTexts, ActionStringNamesTheObjectsByRunTimeType) {
+  struct Other : TestObject {
+    using TestObject::TestObject;
+  };
+  struct Drill : MOperation {
+    Drill() : MOperation(70000) {}
+    const wchar_t* _GetActionString() override { return L"Drill %s"; }
+  };
+  TestObject screw("", nullptr, L"Screw"), implant("", nullptr, L"Implant");
+  Other other("", nullptr, L"Screw");
+  auto text = [](MOperation&& op, std::vector<IObject*> objects) {
+    for (IObject* object : objects) op.AddObject(object);
+    return std::wstring(op.GetActionString());
+  };
+  EXPECT_EQ(text(MOperation(0), {&screw, nullptr, &screw}), L"Add Screw") << "null and repeats stay out";
+  EXPECT_EQ(text(MOperation(0), {&screw, &implant}), L"Add Screws");
+  EXPECT_EQ(text(MOperation(0), {&screw, &implant, &other}), L"Add Objects");
+  EXPECT_EQ(text(Drill(), {&implant}), L"Drill Implant");
+}
+
+// The record on disk is the action alone, four bytes little-endian; flags and sender stay out.
+TEST(MOperation, RecordIsTheActionInFourLittleEndianBytes) {
+  MFileName name;
+  ASSERT_TRUE(name.SET_TEMP_NAME(nullptr, L"ostrum-operation-", L".bin"));
+  MFile file;
+  ASSERT_TRUE(file.OPEN_WRITE(name));
+  MOperation big, label(MOperation::ACTION_CHANGE_LABEL);
+  big.SetAction(0x01020304);
+  big.ChangeFlags(0x8, 0x40000);
+  big.SetSenderID(99);
+  EXPECT_TRUE(big.Save(file));
+  EXPECT_TRUE(label.Save(file));
+  ASSERT_EQ(file.WRITE("\x07", 2), 2u);  // half a record
+  ASSERT_TRUE(file.CLOSE());
+  std::ifstream in(name.GET_NATIVE_PATH(), std::ios::binary);
+  EXPECT_EQ(std::string(std::istreambuf_iterator<char>(in), {}), std::string("\4\3\2\1\4\0\0\0\7\0", 10));
+
+  MOperation op(MOperation::ACTION_REFRESH);
+  ASSERT_TRUE(file.OPEN_READ(name));
+  EXPECT_TRUE(op.Load(file));
+  EXPECT_EQ(op.GetAction(), 0x01020304u);
+  EXPECT_TRUE(op.Load(file));
+  EXPECT_EQ(op.GetFlags(), 0x700000u) << "Load must not rebuild the flags of action 4";
+  EXPECT_FALSE(op.Load(file));
+  EXPECT_EQ(op.GetAction(), 4u) << "half a record must not overwrite the action";
+  EXPECT_TRUE(file.CLOSE());
+  EXPECT_FALSE(op.Save(file)) << "a write that did not happen must not answer true";
+  EXPECT_TRUE(name.REMOVE());
+}
+
+// The observers of the operation's objects, once each in order of first sight, also past sixteen
+// where the search for duplicates changes its method; what the list holds already stays first.
+TEST(MOperation, GetObserversListsEachOnceInOrderOfFirstSight) {
+  std::array<TestObject, 30> o;  // addresses, and so the order of a subject, ascend with the index
+  TestObject a, b, c;
+  MObject plain;  // not a subject
+  for (size_t i : {19, 18, 17, 16, 15, 14, 13, 12, 11, 10, 3}) a.Attach(&o[i]);
+  for (size_t i = 0; i < 13; ++i) b.Attach(&o[i]);
+  for (size_t i = 25; i < 30; ++i) c.Attach(&o[i]);
+  MOperation op;
+  for (IObject* object : std::initializer_list<IObject*>{&a, &plain, &b, &c}) op.AddObject(object);
+  std::vector<IObserver*> list = {&o[27]}, expected;
+  for (size_t i : {27, 3, 10, 11, 12, 13, 14, 15, 16, 17, 18, 19, 0, 1, 2, 4, 5, 6, 7, 8, 9, 25, 26, 28, 29})
+    expected.push_back(&o[i]);
+  op.GetObservers(list);
+  EXPECT_EQ(list, expected);
+}
+
+TEST(MOperation, StoredDefiningTreeObjectsAreAttachedBackOnRestore) {
+  TestObject removed, first, second, partner;
+  MDefinedObject not_a_tree_object;
+  removed.AttachDefiningObject(&first);
+  removed.AttachDefiningObject(&not_a_tree_object);
+  removed.AttachDefiningObject(&second);
+  MObject plain;
+  MOperation op(MOperation::ACTION_REMOVE);
+  op.AddObject(&removed);
+  op.AddObject(&plain);
+  op.StoreObservers();
+  op.AddObject(&partner);
+  op.RestoreObservers();
+  EXPECT_EQ(first.GetNumberOfObservers(), 0u) << "rows no longer match the objects: nothing";
+  op.RemoveObject(&partner);
+  op.RestoreObservers();
+  for (TestObject* defining : {&first, &second}) {
+    ASSERT_EQ(defining->GetNumberOfObservers(), 1u);
+    EXPECT_EQ(*defining->GetBeginIt(), static_cast<IObserver*>(&removed));
+  }
+}
+
+}  // namespace

@@ -1,11 +1,9 @@
-// Thread-local slots, critical sections and thread numbers of the desktop model.
+// Thread-local slots and thread numbers of the desktop model.
 
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <thread>
 
-#include "ostrum/foundation/platform/CriticalSection.h"
 #include "ostrum/foundation/platform/LastError.h"
 #include "ostrum/foundation/platform/ProcessIdentity.h"
 #include "ostrum/foundation/platform/ThreadLocalSlots.h"
@@ -46,36 +44,6 @@ TEST(ThreadLocalSlots, AFreedSlotHandedOutAgainStartsFromNull) {
   EXPECT_EQ(TlsGetValue(again), nullptr) << "the old value does not show through";
   EXPECT_EQ(GetLastError(), ERROR_SUCCESS) << "a null value is told from a failure";
   TlsFree(again);
-}
-
-TEST(ThreadLocalSlots, RunsOutAndRecovers) {
-  std::vector<DWORD> slots;
-  for (DWORD slot; (slot = TlsAlloc()) != TLS_OUT_OF_INDEXES;) slots.push_back(slot);
-  EXPECT_GE(slots.size() + 1, 1088u - 8) << "at least the model's 1088 slots less those in use";
-  EXPECT_TRUE(TlsFree(slots.back()));
-  EXPECT_EQ(TlsAlloc(), slots.back());
-  for (DWORD slot : slots) TlsFree(slot);
-}
-
-TEST(CriticalSection, HolderEntersAgainOthersWaitUntilFullyLeft) {
-  CRITICAL_SECTION section;
-  InitializeCriticalSection(&section);
-  EnterCriticalSection(&section);
-  EXPECT_TRUE(TryEnterCriticalSection(&section)) << "the holder enters again";
-  auto other_gets_in = [&] {
-    BOOL got = FALSE;
-    std::thread([&] {
-      got = TryEnterCriticalSection(&section);
-      if (got) LeaveCriticalSection(&section);
-    }).join();
-    return got;
-  };
-  EXPECT_FALSE(other_gets_in());
-  LeaveCriticalSection(&section);
-  EXPECT_FALSE(other_gets_in()) << "entered twice, left once";
-  LeaveCriticalSection(&section);
-  EXPECT_TRUE(other_gets_in());
-  DeleteCriticalSection(&section);
 }
 
 TEST(ProcessIdentity, ThreadNumbersAreStableAndNotReused) {

@@ -40,23 +40,6 @@ TEST(WindowClass, RegisteredByNameWithoutRegardToCase) {
   EXPECT_EQ(GetLastError(), ERROR_CLASS_DOES_NOT_EXIST);
 }
 
-TEST(WindowClass, RejectsIncompleteDescriptions) {
-  WNDCLASSEXW wc;
-  wc.lpszClassName = L"Model.NoProc";
-  EXPECT_EQ(RegisterClassExW(&wc), 0) << "a class needs a procedure";
-  EXPECT_EQ(GetLastError(), ERROR_INVALID_PARAMETER);
-  wc.lpfnWndProc = RecordingProc;
-  wc.cbSize = 12;
-  EXPECT_EQ(RegisterClassExW(&wc), 0) << "a wrong size is refused";
-  WNDCLASSW old;
-  old.lpfnWndProc = RecordingProc;
-  old.lpszClassName = L"Model.Old";
-  EXPECT_NE(RegisterClassW(&old), 0);
-  EXPECT_TRUE(UnregisterClassW(L"Model.Old", nullptr));
-  EXPECT_FALSE(UnregisterClassW(L"Model.Old", nullptr));
-  EXPECT_EQ(GetLastError(), ERROR_CLASS_DOES_NOT_EXIST);
-}
-
 TEST(Window, MessageOnlyWindowLifeAndMessages) {
   RecordingClass cls(L"Model.Life");
   HWND hwnd = CreateWindowExW(0, cls.Name(), L"title", 0, 1, 2, 3, 4, HWND_MESSAGE, nullptr, nullptr, nullptr);
@@ -83,27 +66,6 @@ TEST(Window, MessageOnlyWindowLifeAndMessages) {
   HWND next = cls.MessageOnly();
   EXPECT_NE(next, hwnd) << "handles are never reused";
   EXPECT_TRUE(DestroyWindow(next));
-}
-
-TEST(Window, CreateStructCarriesTheArguments) {
-  RecordingClass cls(L"Model.Create");
-  int param = 7;
-  CREATESTRUCTW seen;
-  t_reaction = [&](HWND, UINT message, WPARAM, LPARAM lParam) -> std::optional<LRESULT> {
-    if (message == WM_CREATE) seen = *reinterpret_cast<const CREATESTRUCTW*>(lParam);
-    return std::nullopt;
-  };
-  HWND hwnd = CreateWindowExW(0x10, cls.Name(), L"title", WS_POPUP, 1, 2, 3, 4, HWND_MESSAGE, nullptr, nullptr,
-                              &param);
-  ASSERT_NE(hwnd, nullptr);
-  EXPECT_EQ(seen.lpCreateParams, &param);
-  EXPECT_EQ(seen.hwndParent, HWND_MESSAGE);
-  EXPECT_EQ(seen.x, 1);
-  EXPECT_EQ(seen.cy, 4);
-  EXPECT_EQ(static_cast<DWORD>(seen.style), WS_POPUP);
-  EXPECT_EQ(seen.dwExStyle, 0x10u);
-  EXPECT_STREQ(seen.lpszName, L"title");
-  DestroyWindow(hwnd);
 }
 
 TEST(Window, ProcedureCanRefuseCreation) {
@@ -193,13 +155,6 @@ TEST(Window, WindowsOfAnEndedThreadAreGone) {
   EXPECT_FALSE(IsWindow(hwnd));
   EXPECT_FALSE(PostMessageW(hwnd, WM_APP, 0, 0));
   EXPECT_TRUE(UnregisterClassW(cls.Name(), nullptr));
-}
-
-TEST(Window, CloseGoesToDestroyByDefault) {
-  RecordingClass cls(L"Model.Close");
-  HWND hwnd = cls.MessageOnly();
-  SendMessageW(hwnd, WM_CLOSE, 0, 0);
-  EXPECT_FALSE(IsWindow(hwnd));
 }
 
 TEST(CWnd, AttachedObjectFollowsItsWindow) {

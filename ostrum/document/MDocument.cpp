@@ -5,6 +5,7 @@
 #include <typeinfo>
 #include <vector>
 
+#include "ostrum/coordinates/MTransformRepositoryEx.h"
 #include "ostrum/document/MMainFrame.h"
 #include "ostrum/document/MView.h"
 #include "ostrum/document/private/OperationDoer.h"
@@ -36,13 +37,17 @@ MDocument::MDocument() {
   m_mouse_handler = nullptr;
   mgp_database = nullptr;
   MOperation::mgp_document = this;
+  MTransformRepositoryEx::CreateInstance();
 }
 
 MDocument::~MDocument() {
   if (mgp_doc_instance == this) mgp_doc_instance = nullptr;
   // Operations sent after the document died must not reach it.
   if (MOperation::mgp_document == this) MOperation::mgp_document = nullptr;
+  MTransformRepositoryEx::DeleteInstance();
 }
+
+MTransformRepositoryEx* MDocument::GetTransformRep() { return MTransformRepositoryEx::GetInstance(); }
 
 bool MDocument::GoToOperation(int32_t, bool) { return false; }
 

@@ -16,6 +16,7 @@ class MMainFrame;
 class MOperation;
 class MStreamUndoIn;
 class MStreamUndoOut;
+class MTransformRepositoryEx;
 class UIMouseHandler;
 
 namespace Ostrum::Undo {
@@ -143,6 +144,9 @@ class OSTRUM_API MDocument : public CDocument {
   /// The main frame's active view, or null.
   static CView* GetActiveView();
   static MDataBase* GetDataBase() { return mgp_database; }
+  /// The process-wide repository of coordinate systems, made by the document's constructor
+  /// and deleted by its destructor; null when there is none.
+  static MTransformRepositoryEx* GetTransformRep();
   /// Budget in bytes of the undo files; 104857600 by default.
   static long long GetUndoDiskSpace() { return m_undo_disk_space; }
   static void SetUndoDiskSpace(long long bytes) { m_undo_disk_space = bytes; }

@@ -132,6 +132,14 @@ class OSTRUM_API MTransformRepository : public ISAXPersist, public ICoordinateSy
   /// composes matrices, so it always is one).
   MMTransformMatrix const& GetTransformMatrix(MCoordinateSystem const& from,
                                               MCoordinateSystem const& to) const;
+  /// Counts of transform queries since construction or the last reset.
+  struct CacheStatistics {
+    std::uint64_t hits = 0;           ///< found in the direction asked for
+    std::uint64_t reversed_hits = 0;  ///< found the other way round and turned in place
+    std::uint64_t misses = 0;         ///< composed along the path and added
+  };
+  CacheStatistics const& GetCacheStatistics() const { return m_statistics; }
+  void ResetCacheStatistics() { m_statistics = CacheStatistics(); }
   /// A copy of GetTransform(from, to), owned by the caller.
   MMTransform const* CreateTransform(MCoordinateSystem const& from, MCoordinateSystem const& to) const;
   /// The same, writable.
@@ -202,6 +210,7 @@ class OSTRUM_API MTransformRepository : public ISAXPersist, public ICoordinateSy
   MCoordinateSystem m_absolute_world;
   mutable TransformCacheEntry m_cache[kCacheSize];
   mutable std::uint16_t m_cache_next = 0;
+  mutable CacheStatistics m_statistics;
   // Working lists of the query, kept so that a miss allocates nothing but its result.
   mutable Path m_from_path, m_to_path, m_walk_from, m_walk_to;
   mutable std::vector<MMTransform*> m_concat_list;

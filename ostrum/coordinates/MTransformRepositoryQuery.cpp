@@ -26,13 +26,18 @@ MMTransform const& MTransformRepository::GetTransform(MCoordinateSystem const& f
   Node const* const f = from.GetInternalSystem();
   Node const* const t = to.GetInternalSystem();
   std::int16_t slot = _FindInCache(f, t);
-  if (slot == kCacheSize) {
+  if (slot != kCacheSize) {
+    ++m_statistics.hits;
+  } else {
     // The opposite direction is turned round in place rather than given a second slot.
     slot = _FindInCache(t, f);
-    if (slot != kCacheSize)
+    if (slot != kCacheSize) {
+      ++m_statistics.reversed_hits;
       m_cache[slot].TakeReversed();
-    else
+    } else {
+      ++m_statistics.misses;
       slot = _ComputeIntoCache(f, t);
+    }
   }
   _PutTransformOnTopOfCache(slot);
   return *m_cache[0].m_transform;

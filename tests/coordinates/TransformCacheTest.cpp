@@ -45,6 +45,10 @@ TEST_F(TransformCache, HitsAndReversedHitsReuseTheirObjectWithoutAllocating) {
   EXPECT_EQ(rep._GetCacheNext(), 2) << "the opposite direction took a slot of its own";
   EXPECT_EQ(&rep.GetTransform(s[6], W), &backward);
   EXPECT_EQ(X(backward, 0), 6.0);
+  MTransformRepository::CacheStatistics const& counted = rep.GetCacheStatistics();
+  EXPECT_EQ(counted.hits, 1u);
+  EXPECT_EQ(counted.reversed_hits, 2u);
+  EXPECT_EQ(counted.misses, 2u);
 }
 
 TEST_F(TransformCache, TheLeastRecentlyUsedPairMakesRoomAndReferencesFollowTheirEntries) {

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "CleanupScenario.h"
+#include "CoordinateScenario.h"
 #include "PlannerTrace.h"
 #include "ostrum/document/MDocument.h"
 #include "ostrum/document/MLocker.h"
@@ -275,6 +276,8 @@ int main() {
 
   Heading(L"clean-up work at idle time");
   planner::RunCleanupScenario();
+
+  planner::RunCoordinateScenario();
 
   std::printf("\nplanner: done\n");
   return 0;

@@ -6,19 +6,12 @@
 #include <Eigen/Core>
 #include <random>
 #include <sstream>
-#include <string>
 
 #include "ostrum/foundation/geometry/MMTransformMatrix.h"
 
 namespace geometry_test {
 
 using Class = MMTransformMatrix::EMatrixClass;
-
-inline char const* ClassName(Class c) {
-  static char const* const names[] = {"identity",    "translation", "uniform scale", "axis scale",
-                                      "orthonormal", "orthogonal",  "general"};
-  return names[c];
-}
 
 class Random {
  public:
@@ -64,8 +57,7 @@ class Random {
 };
 
 /// Relative closeness of two matrices, with the offending pair printed on failure.
-inline ::testing::AssertionResult Near(Eigen::Matrix4d const& a, Eigen::Matrix4d const& b,
-                                       double tolerance = 1e-9) {
+inline ::testing::AssertionResult Near(Eigen::Matrix4d const& a, Eigen::Matrix4d const& b, double tolerance = 1e-9) {
   double const scale = std::max(1.0, std::max(a.cwiseAbs().maxCoeff(), b.cwiseAbs().maxCoeff()));
   if ((a - b).cwiseAbs().maxCoeff() <= tolerance * scale) return ::testing::AssertionSuccess();
   std::ostringstream s;
@@ -76,8 +68,8 @@ inline ::testing::AssertionResult Near(Eigen::Matrix4d const& a, Eigen::Matrix4d
 inline ::testing::AssertionResult NearPoint(MMPoint3d<double> const& a, MMPoint3d<double> const& b,
                                             double tolerance = 1e-9) {
   if ((a - b).Length() <= tolerance * std::max(1.0, b.Length())) return ::testing::AssertionSuccess();
-  return ::testing::AssertionFailure() << "(" << a.x << ", " << a.y << ", " << a.z << ") is not ("
-                                       << b.x << ", " << b.y << ", " << b.z << ")";
+  return ::testing::AssertionFailure() << "(" << a.x << ", " << a.y << ", " << a.z << ") is not (" << b.x << ", "
+                                       << b.y << ", " << b.z << ")";
 }
 
 }  // namespace geometry_test

@@ -30,25 +30,24 @@ class ProbeMatrix : public MMTransformMatrix {
   }
 };
 
-MMPoint3d<double> Apply(MMTransformMatrix const& m, MMPoint3d<double> const& p) { return m(p); }
-
 }  // namespace
 
 TEST(MMTransformMatrix, EachClassInverseMatchesGeneralInverse) {
   Random rnd(7);
   for (int c = Class::eIdentity; c <= Class::eGeneral; ++c) {
+    SCOPED_TRACE(testing::Message() << "class " << c);
     for (int trial = 0; trial < 200; ++trial) {
       MMTransformMatrix const m = rnd.Make(Class(c));
-      ASSERT_EQ(m.GetClass(), c) << ClassName(Class(c));
+      ASSERT_EQ(m.GetClass(), c);
       // The elements must say the same as the way the matrix was made.
       MMTransformMatrix verified(m);
-      EXPECT_EQ(verified.VerifyAndSetClass(), c) << ClassName(Class(c)) << m.GetMatrix();
+      EXPECT_EQ(verified.VerifyAndSetClass(), c) << m.GetMatrix();
 
       Eigen::Matrix4d const expected = m.GetMatrix().inverse();
       ProbeMatrix probe(m);
-      ASSERT_TRUE(probe.ComputeBy(Class(c))) << ClassName(Class(c));
-      EXPECT_TRUE(Near(probe.GetInverse(), expected)) << ClassName(Class(c));
-      EXPECT_TRUE(Near(m.GetInverse(), expected)) << ClassName(Class(c));
+      ASSERT_TRUE(probe.ComputeBy(Class(c)));
+      EXPECT_TRUE(Near(probe.GetInverse(), expected));
+      EXPECT_TRUE(Near(m.GetInverse(), expected));
 
       // Invert exchanges matrix and inverse, keeps a valid class, and comes back.
       MMTransformMatrix inverted(m);
@@ -61,23 +60,23 @@ TEST(MMTransformMatrix, EachClassInverseMatchesGeneralInverse) {
   }
 }
 
-TEST(MMTransformMatrix, ProductsClaimOnlyValidClassesAndTheCheapOnesWhereSure) {
+// PreMultiply(A) applies A after the matrix, *= A before it; whatever class a product claims, its
+// cheap inverse must be the true one, and the cheap classes are claimed where they are sure.
+TEST(MMTransformMatrix, ProductsComposeInOrderAndClaimOnlyValidClasses) {
   Random rnd(11);
   for (int a = Class::eIdentity; a <= Class::eGeneral; ++a) {
     for (int b = Class::eIdentity; b <= Class::eGeneral; ++b) {
       for (int trial = 0; trial < 20; ++trial) {
         MMTransformMatrix const ma = rnd.Make(Class(a)), mb = rnd.Make(Class(b));
-        MMTransformMatrix pre(mb);
+        MMTransformMatrix pre(mb), post(mb);
         pre.PreMultiply(ma);
-        MMTransformMatrix post(mb);
         post *= ma;
         EXPECT_TRUE(Near(pre.GetMatrix(), ma.GetMatrix() * mb.GetMatrix()));
         EXPECT_TRUE(Near(post.GetMatrix(), mb.GetMatrix() * ma.GetMatrix()));
-        // Whatever class a product claims, its cheap inverse must be the true one.
+        EXPECT_TRUE(Near((mb * ma).GetMatrix(), post.GetMatrix()));
         for (MMTransformMatrix const* p : {&pre, &post})
           EXPECT_TRUE(Near(p->GetInverse(), p->GetMatrix().inverse()))
-              << ClassName(Class(a)) << " with " << ClassName(Class(b)) << " claims "
-              << ClassName(p->GetClass());
+              << a << " with " << b << " claims " << p->GetClass();
       }
     }
   }
@@ -86,56 +85,29 @@ TEST(MMTransformMatrix, ProductsClaimOnlyValidClassesAndTheCheapOnesWhereSure) {
     m.PreMultiply(rnd.Make(after));
     return m.GetClass();
   };
-  EXPECT_EQ(product_class(Class::eTranslation, Class::eTranslation), Class::eTranslation);
   EXPECT_EQ(product_class(Class::eScale1D, Class::eTranslation), Class::eScale1D);
-  EXPECT_EQ(product_class(Class::eScale3D, Class::eScale1D), Class::eScale3D);
-  EXPECT_EQ(product_class(Class::eOrthoNormal, Class::eTranslation), Class::eOrthoNormal);
   EXPECT_EQ(product_class(Class::eOrthoNormal, Class::eOrthoNormal), Class::eOrthoNormal);
   EXPECT_EQ(product_class(Class::eOrthoNormal, Class::eScale3D), Class::eOrthoGonal);
-  EXPECT_EQ(product_class(Class::eScale1D, Class::eOrthoNormal), Class::eOrthoGonal);
   // A scale by axis after a rotation shears the columns: only the general class is valid.
   EXPECT_EQ(product_class(Class::eScale3D, Class::eOrthoNormal), Class::eGeneral);
-}
-
-TEST(MMTransformMatrix, PreMultiplyAppliesAfterAndTimesEqualsBefore) {
-  MMTransformMatrix shift, twice;
-  shift.MakeTranslation(1, 0, 0);
-  twice.MakeScale1D(2);
-
-  MMTransformMatrix m;
-  m.PreMultiply(shift);
-  EXPECT_EQ(m.GetMatrix(), shift.GetMatrix());  // on the identity it gives the argument
-  EXPECT_EQ(m.GetClass(), Class::eTranslation);
-
-  m.PreMultiply(twice);  // shift, then scale
-  EXPECT_TRUE(NearPoint(Apply(m, {0, 0, 0}), {2, 0, 0}));
-  EXPECT_EQ(m.GetClass(), Class::eScale1D);
-
-  MMTransformMatrix n(shift);
-  n *= twice;  // scale, then shift
-  EXPECT_TRUE(NearPoint(Apply(n, {0, 0, 0}), {1, 0, 0}));
-  EXPECT_TRUE(NearPoint(Apply(n, {1, 0, 0}), {3, 0, 0}));
-  EXPECT_EQ((shift * twice).GetMatrix(), n.GetMatrix());
 }
 
 TEST(MMTransformMatrix, RotationsDegreesRadiansAndOrder) {
   MMTransformMatrix deg, rad;
   deg.MakeRotationZYX(0, 0, 90);
-  rad.MakeRotation({0, 0, 0}, {0, 0, 1}, kPi / 2);
+  rad.MakeRotation({0, 0, 0}, {0, 0, 3}, kPi / 2);  // the axis length does not matter
   EXPECT_TRUE(Near(deg.GetMatrix(), rad.GetMatrix(), 1e-15));
-  EXPECT_TRUE(NearPoint(Apply(deg, {1, 0, 0}), {0, 1, 0}, 1e-15));  // right-handed
+  EXPECT_TRUE(NearPoint(deg(MMPoint3d<double>(1, 0, 0)), {0, 1, 0}, 1e-15));  // right-handed
+  rad.MakeRotation({5, 5, 5}, {0, 0, 1}, kPi);
+  EXPECT_TRUE(NearPoint(rad(MMPoint3d<double>(6, 5, 0)), {4, 5, 0}, 1e-12));
 
-  // Z applied first, then y, then x; the centre fixes the point it turns about.
-  struct Case { MMPoint3d<double> center, angles, expected; };
-  for (Case const& k : {Case{{0, 1, 0}, {0, 0, 90}, {1, 2, 0}}, Case{{0, 1, 0}, {0, 90, 90}, {0, 2, -1}},
-                        Case{{0, 1, 0}, {180, 90, 90}, {0, 0, 1}}}) {
-    MMTransformMatrix m;
-    m.MakeRotationZYX(k.angles.x, k.angles.y, k.angles.z);
-    m.SetRotationCenter(k.center);
-    EXPECT_TRUE(NearPoint(Apply(m, {1, 0, 0}), k.expected, 1e-12));
-    EXPECT_TRUE(NearPoint(Apply(m, k.center), k.center, 1e-12));
-    EXPECT_EQ(m.GetClass(), Class::eOrthoNormal);
-  }
+  // A centre fixes the point the rotation turns about.
+  MMTransformMatrix m;
+  m.MakeRotationZYX(180, 90, 90);
+  m.SetRotationCenter({0, 1, 0});
+  EXPECT_TRUE(NearPoint(m(MMPoint3d<double>(1, 0, 0)), {0, 0, 1}, 1e-12));
+  EXPECT_TRUE(NearPoint(m(MMPoint3d<double>(0, 1, 0)), {0, 1, 0}, 1e-12));
+  EXPECT_EQ(m.GetClass(), Class::eOrthoNormal);
 
   // Each named order is the product of single-axis rotations in that order.
   MMTransformMatrix rx, ry, rz, xyz, zyx;
@@ -146,10 +118,6 @@ TEST(MMTransformMatrix, RotationsDegreesRadiansAndOrder) {
   zyx.MakeRotationZYX(30, -50, 70);
   EXPECT_TRUE(Near(xyz.GetMatrix(), (rz * ry * rx).GetMatrix(), 1e-14));
   EXPECT_TRUE(Near(zyx.GetMatrix(), (rx * ry * rz).GetMatrix(), 1e-14));
-
-  MMTransformMatrix about;
-  about.MakeRotation({5, 5, 5}, {0, 0, 3}, kPi);  // axis length does not matter
-  EXPECT_TRUE(NearPoint(Apply(about, {6, 5, 0}), {4, 5, 0}, 1e-12));
 }
 
 TEST(MMTransformMatrix, VerifyAndSetClassRecognisesEachShapeAfterSetElement) {
@@ -161,8 +129,7 @@ TEST(MMTransformMatrix, VerifyAndSetClassRecognisesEachShapeAfterSetElement) {
     for (int r = 0; r < 4; ++r)
       for (int k = 0; k < 4; ++k) m.SetElement(r, k, source.GetElement(r, k), false);
     EXPECT_EQ(m.GetClass(), Class::eGeneral) << "a half-set matrix claims nothing cheap";
-    EXPECT_TRUE(Near(m.GetInverse(), source.GetMatrix().inverse()));
-    EXPECT_EQ(m.VerifyAndSetClass(), c) << ClassName(Class(c));
+    EXPECT_EQ(m.VerifyAndSetClass(), c);
     EXPECT_TRUE(m._ComputeInverse());
     EXPECT_TRUE(Near(m.GetInverse(), source.GetMatrix().inverse()));
   }
@@ -178,13 +145,11 @@ TEST(MMTransformMatrix, VerifyAndSetClassRecognisesEachShapeAfterSetElement) {
   m.SetElement(0, 1, 1e-6, true);
   EXPECT_EQ(m.GetClass(), Class::eGeneral);
   EXPECT_NEAR(m.GetElement(0, 1, true), -1e-6 / 4, 1e-18);  // the kept inverse was refreshed
-  m.SetElement(3, 2, 0.5, true);
-  EXPECT_EQ(m.GetClass(), Class::eGeneral);
 }
 
 TEST(MMTransformMatrix, SingularInvertAnswersFalseAndKeepsTheMatrix) {
   Random rnd(5);
-  std::vector<MMTransformMatrix> singular(5);
+  std::vector<MMTransformMatrix> singular(4);
   singular[0].MakeScale1D(0);
   singular[1].MakeScale3D(1, 0, 2);
   MMTransformMatrix turn;
@@ -192,12 +157,8 @@ TEST(MMTransformMatrix, SingularInvertAnswersFalseAndKeepsTheMatrix) {
   singular[2].MakeScale3D(2, 3, 0);
   singular[2].PreMultiply(turn);  // orthogonal class with a zero column
   Eigen::Matrix4d e = rnd.Make(Class::eGeneral).GetMatrix();
-  e.row(2) = e.row(0) * 3.0;
-  singular[3].SetMatrix(e);
-  e = rnd.Make(Class::eGeneral).GetMatrix();
   e.col(1) = e.col(0) - e.col(3);
-  singular[4].SetMatrix(e);
-
+  singular[3].SetMatrix(e);
   for (MMTransformMatrix& m : singular) {
     Eigen::Matrix4d const before = m.GetMatrix();
     MMTransformMatrix::EMatrixClass const cls = m.GetClass();
@@ -205,67 +166,46 @@ TEST(MMTransformMatrix, SingularInvertAnswersFalseAndKeepsTheMatrix) {
     EXPECT_FALSE(m.Invert()) << before;
     EXPECT_EQ(m.GetMatrix(), before);
     EXPECT_EQ(m.GetClass(), cls);
-    EXPECT_TRUE(std::isnan(m.GetElement(0, 0, true)));
     MMPoint3d<double> back;
     m.InverseTransform(back, {1, 2, 3});
-    EXPECT_TRUE(std::isnan(back.x));
+    EXPECT_TRUE(std::isnan(back.x) && std::isnan(m.GetElement(0, 0, true)));
   }
 }
 
-TEST(MMTransformMatrix, ElementsScaleAndConversionsRunRowByRow) {
+TEST(MMTransformMatrix, ElementListsRunRowByRowAndScaleIsTheCubeRootOfTheVolume) {
   MMTransformMatrix m;
   m.MakeTranslation(7, 8, 9);
   double d[16];
   float f[16];
   m.ConvertToDouble16(d);
   m.ConvertFloat16(f);
-  EXPECT_EQ(d[3], 7);
   EXPECT_EQ(d[7], 8);
   EXPECT_EQ(f[11], 9.0f);
-  EXPECT_EQ(m.GetElement(1, 3), 8);
-  EXPECT_EQ(m.GetElement(1, 3, true), -8);
-
-  MMTransformMatrix s;
-  s.MakeScale1D(25.4);
-  EXPECT_EQ(s.GetScale(), 25.4);
-  MMTransformMatrix axis;
-  axis.MakeScale3D(2, 4, 1);
-  EXPECT_DOUBLE_EQ(axis.GetScale(), 2);
-  MMTransformMatrix turn;
-  turn.MakeRotationZYX(10, 20, 30);
-  EXPECT_DOUBLE_EQ(turn.GetScale(), 1);
-  EXPECT_FALSE(turn.IsIdentity());
-  turn *= MMTransformMatrix(turn.GetInverse());
-  EXPECT_TRUE(turn.IsIdentity());  // within rounding
+  m.MakeScale3D(2, -4, -1);
+  EXPECT_DOUBLE_EQ(m.GetScale(), 2);
 }
 
 TEST(MMTransformMatrix, ProjectionsMapTheViewVolumeOntoTheUnitCube) {
   MMTransformMatrix ortho;
   ortho.MakeOrthoGraphicProjection(-2, 2, 1, -1, 1, -1);
   EXPECT_EQ(ortho.GetClass(), Class::eScale3D);
-  // A 200 x 100 window: scale to pixels with y turned down, then move the origin to the middle.
-  MMTransformMatrix window(ortho), pixels, middle;
-  pixels.MakeScale3D(100, -50, 100);
-  middle.MakeTranslation(100, 50, 0);
-  window.PreMultiply(pixels);
-  window.PreMultiply(middle);
-  EXPECT_TRUE(NearPoint(Apply(window, {-1, -1, -1}), {50, 100, -100}));
-  EXPECT_TRUE(NearPoint(Apply(window, {1, 1, 1}), {150, 0, 100}));
+  EXPECT_TRUE(NearPoint(ortho(MMPoint3d<double>(-2, -1, -1)), {-1, -1, -1}));
+  EXPECT_TRUE(NearPoint(ortho(MMPoint3d<double>(2, 1, 1)), {1, 1, 1}));
 
   MMTransformMatrix persp;
   persp.MakePerspectiveProjection(-2, 6, 3, -1, 10, 4, 30);
   EXPECT_EQ(persp.GetClass(), Class::eGeneral);
+  auto at = [&persp](double x, double y, double z) { return persp(MMPoint3d<double>(x, y, z)); };
   // The rectangle at the middle depth 7 maps as the parallel projection maps it.
-  EXPECT_TRUE(NearPoint(Apply(persp, {-2, -1, 7}), {-1, -1, Apply(persp, {2, 1, 7}).z}));
-  EXPECT_TRUE(NearPoint(Apply(persp, {6, 3, 7}), {1, 1, Apply(persp, {2, 1, 7}).z}));
-  EXPECT_NEAR(Apply(persp, {2, 1, 4}).z, -1, 1e-12);
-  EXPECT_NEAR(Apply(persp, {2, 1, 10}).z, 1, 1e-12);
+  EXPECT_TRUE(NearPoint(at(-2, -1, 7), {-1, -1, at(2, 1, 7).z}));
+  EXPECT_TRUE(NearPoint(at(6, 3, 7), {1, 1, at(2, 1, 7).z}));
+  EXPECT_NEAR(at(2, 1, 4).z, -1, 1e-12);
+  EXPECT_NEAR(at(2, 1, 10).z, 1, 1e-12);
   // Nearer is larger, farther smaller, and depth grows with z.
-  EXPECT_GT(Apply(persp, {6, 3, 4}).x, 1);
-  EXPECT_LT(Apply(persp, {6, 3, 10}).x, 1);
-  EXPECT_LT(Apply(persp, {2, 1, 6}).z, Apply(persp, {2, 1, 8}).z);
-  // Points come back through the kept inverse.
+  EXPECT_GT(at(6, 3, 4).x, 1);
+  EXPECT_LT(at(6, 3, 10).x, 1);
+  EXPECT_LT(at(2, 1, 6).z, at(2, 1, 8).z);
   MMPoint3d<double> back;
-  persp.InverseTransform(back, Apply(persp, {0.5, 2, 9}));
+  persp.InverseTransform(back, at(0.5, 2, 9));
   EXPECT_TRUE(NearPoint(back, {0.5, 2, 9}));
 }

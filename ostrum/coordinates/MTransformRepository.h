@@ -198,13 +198,19 @@ class OSTRUM_API MTransformRepository : public ISAXPersist, public ICoordinateSy
   // Told by a dying node: empties the cache and drops the node from the list if it is there.
   void _DeleteSystem(Node* node);
 
-  // The query on nodes: the slot of a cached pair, or kCacheSize.
-  std::int16_t _FindInCache(Node const* from, Node const* to) const;
+  // The query on nodes. These are hidden from the library's interface so that the query calls
+  // them directly and can inline them.
+  // The slot of a cached pair, or kCacheSize.
+  OSTRUM_LOCAL std::int16_t _FindInCache(Node const* from, Node const* to) const;
+  // The same, also setting `reversed` to the first slot of (to, from), or kCacheSize.
+  OSTRUM_LOCAL std::int16_t _FindEitherWay(Node const* from, Node const* to, std::int16_t& reversed) const;
+  OSTRUM_LOCAL void _MoveToTop(std::int16_t slot) const;
   // Composes the transform of a pair that is not cached and stores it; answers its slot.
-  std::int16_t _ComputeIntoCache(Node const* from, Node const* to) const;
-  bool _PathToWorld(Path& path, Node const* node) const;
-  bool _ShortestPath(Path& from_path, Path& to_path, Node const* from, Node const* to) const;
-  static MMTransform* _Concat(Path const& path, MMTransform** extra, std::vector<MMTransform*>& list);
+  OSTRUM_LOCAL std::int16_t _ComputeIntoCache(Node const* from, Node const* to) const;
+  OSTRUM_LOCAL bool _PathToWorld(Path& path, Node const* node) const;
+  OSTRUM_LOCAL bool _ShortestPath(Path& from_path, Path& to_path, Node const* from, Node const* to) const;
+  OSTRUM_LOCAL static MMTransform* _Concat(Path const& path, MMTransform** extra,
+                                           std::vector<MMTransform*>& list);
 
   std::vector<Node*> m_systems;
   MCoordinateSystem m_absolute_world;

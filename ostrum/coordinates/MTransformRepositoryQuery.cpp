@@ -25,12 +25,13 @@ MMTransform const& MTransformRepository::GetTransform(MCoordinateSystem const& f
                                                       MCoordinateSystem const& to) const {
   Node const* const f = from.GetInternalSystem();
   Node const* const t = to.GetInternalSystem();
-  std::int16_t slot = _FindInCache(f, t);
+  std::int16_t reversed;
+  std::int16_t slot = _FindEitherWay(f, t, reversed);
   if (slot != kCacheSize) {
     ++m_statistics.hits;
   } else {
     // The opposite direction is turned round in place rather than given a second slot.
-    slot = _FindInCache(t, f);
+    slot = reversed;
     if (slot != kCacheSize) {
       ++m_statistics.reversed_hits;
       m_cache[slot].TakeReversed();
@@ -39,7 +40,7 @@ MMTransform const& MTransformRepository::GetTransform(MCoordinateSystem const& f
       slot = _ComputeIntoCache(f, t);
     }
   }
-  _PutTransformOnTopOfCache(slot);
+  if (slot > 0) _MoveToTop(slot);
   return *m_cache[0].m_transform;
 }
 
@@ -103,6 +104,22 @@ std::int16_t MTransformRepository::_FindInCache(Node const* from, Node const* to
   return kCacheSize;
 }
 
+std::int16_t MTransformRepository::_FindEitherWay(Node const* from, Node const* to,
+                                                   std::int16_t& reversed) const {
+  // One pass serves both questions: the pair as asked wherever it stands, else the first slot
+  // holding it the other way round.
+  reversed = kCacheSize;
+  for (std::int16_t i = 0; i < kCacheSize; ++i) {
+    TransformCacheEntry const& entry = m_cache[i];
+    if (entry.m_from == from) {
+      if (entry.m_to == to && entry.m_transform) return i;
+    } else if (entry.m_from == to && entry.m_to == from && entry.m_transform && reversed == kCacheSize) {
+      reversed = i;
+    }
+  }
+  return kCacheSize;
+}
+
 bool MTransformRepository::_CanGetTransformFromCache(std::int16_t& slot, MCoordinateSystem const& from,
                                                      MCoordinateSystem const& to) const {
   slot = _FindInCache(from.GetInternalSystem(), to.GetInternalSystem());
@@ -124,7 +141,10 @@ std::int16_t MTransformRepository::_AddTransformToCache(MCoordinateSystem const&
 }
 
 void MTransformRepository::_PutTransformOnTopOfCache(std::int16_t slot) const {
-  if (slot <= 0 || slot >= kCacheSize) return;
+  if (slot > 0 && slot < kCacheSize) _MoveToTop(slot);
+}
+
+void MTransformRepository::_MoveToTop(std::int16_t slot) const {
   // Only the three fields move; the transform objects stay where they are, so references
   // handed out earlier stay valid.
   TransformCacheEntry& moving = m_cache[slot];

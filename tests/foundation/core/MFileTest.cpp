@@ -8,20 +8,37 @@
 #include <unistd.h>
 
 #include <cstdint>
+#include <cstdlib>
 #include <fstream>
+#include <filesystem>
 #include <iterator>
 #include <numeric>
+#include <string>
+#include <tuple>
 #include <vector>
 
-#include "TempDir.h"
+#include "ostrum/foundation/core/CharacterSetConversions.h"
 #include "ostrum/foundation/core/MFileName.h"
 
 namespace {
 
-std::vector<unsigned char> FileBytes(const std::filesystem::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  return std::vector<unsigned char>(std::istreambuf_iterator<char>(in), {});
-}
+// A fresh directory under the system's temporary directory, removed with everything in it.
+class TempDir {
+ public:
+  TempDir() : m_path((std::filesystem::temp_directory_path() / "ostrum-test-XXXXXX").string()) {
+    if (::mkdtemp(m_path.data()) == nullptr) ADD_FAILURE() << "mkdtemp failed";
+  }
+  ~TempDir() {
+    std::error_code ignored;
+    std::filesystem::remove_all(m_path, ignored);
+  }
+  std::filesystem::path Path() const { return m_path; }
+  std::wstring Wide() const { return CharacterSetConversions::FromUTF8(m_path) + L"/"; }
+  MFileName File(const std::wstring& name) const { return MFileName(Wide() + name); }
+
+ private:
+  std::string m_path;
+};
 
 template <typename T>
 void Put(MFile& file, T value) {
@@ -35,65 +52,62 @@ T Get(MFile& file) {
   return value;
 }
 
+// Values go to disk as little-endian bytes without separators, under a name that reaches the
+// system as UTF-8.
 TEST(MFile, EveryTypeRoundTripsWithLittleEndianBytesOnDisk) {
   TempDir dir;
-  const MFileName name(dir.File(L"values.bin"));
-  MFile file(0x40000);
+  const MFileName name = dir.File(L"\u00c4\u20ac\U0001F600.bin");
+  using UChar = unsigned char;
+  using UShort = unsigned short;
+  const auto values = std::make_tuple('A', UChar{0xFE}, short{-2}, UShort{0xBEEF}, std::int32_t{-559038737},
+                                      std::uint32_t{0x01020304}, 1.5f, -2.25);
+  MFile file;
   ASSERT_TRUE(file.OPEN_WRITE(name));
-  Put<char>(file, 'A');
-  Put<unsigned char>(file, 0xFE);
-  Put<short>(file, -2);
-  Put<unsigned short>(file, 0xBEEF);
-  Put<std::int32_t>(file, -559038737);  // 0xDEADBEEF
-  Put<std::uint32_t>(file, 0x01020304);
-  Put<float>(file, 1.5f);
-  Put<double>(file, -2.25);
+  std::apply([&](auto... v) { (Put(file, v), ...); }, values);
   ASSERT_TRUE(file.CLOSE());
-  const std::vector<unsigned char> expected = {
-      0x41, 0xFE, 0xFE, 0xFF, 0xEF, 0xBE, 0xEF, 0xBE, 0xAD, 0xDE, 0x04, 0x03, 0x02, 0x01,
-      0x00, 0x00, 0xC0, 0x3F,                          // 1.5f
-      0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x02, 0xC0,  // -2.25
-  };
-  EXPECT_EQ(FileBytes(dir.Path() / "values.bin"), expected);
-
+  std::ifstream in(dir.Path() / u8"\u00c4\u20ac\U0001F600.bin", std::ios::binary);
+  EXPECT_EQ(std::vector<unsigned char>(std::istreambuf_iterator<char>(in), {}),
+            (std::vector<unsigned char>{0x41, 0xFE, 0xFE, 0xFF, 0xEF, 0xBE, 0xEF, 0xBE, 0xAD, 0xDE, 0x04, 0x03, 0x02,
+                                        0x01, 0x00, 0x00, 0xC0, 0x3F, 0, 0, 0, 0, 0, 0, 0x02, 0xC0}));
   ASSERT_TRUE(file.OPEN_READ(name));
-  EXPECT_EQ(Get<char>(file), 'A');
-  EXPECT_EQ(Get<unsigned char>(file), 0xFE);
-  EXPECT_EQ(Get<short>(file), -2);
-  EXPECT_EQ(Get<unsigned short>(file), 0xBEEF);
-  EXPECT_EQ(Get<std::int32_t>(file), -559038737);
-  EXPECT_EQ(Get<std::uint32_t>(file), 0x01020304u);
-  EXPECT_EQ(Get<float>(file), 1.5f);
-  EXPECT_EQ(Get<double>(file), -2.25);
+  // Braces read the values in their order.
+  EXPECT_EQ(std::apply([&](auto... v) { return decltype(values){Get<decltype(v)>(file)...}; }, values), values);
   char c;
   EXPECT_EQ(file.READ(&c, 1), 0u) << "nothing after the last value";
+  file.CLOSE();
+  struct stat info;
+  ASSERT_EQ(::stat(name.GET_NATIVE_PATH().c_str(), &info), 0);
+  EXPECT_EQ(info.st_mode & 0077, 0u) << "readable by the user only";
+  EXPECT_TRUE(name.REMOVE());
+  EXPECT_FALSE(name.DOES_EXIST());
+  EXPECT_EQ(name.FILE_SIZE(), 0) << "a missing file counts as empty";
+  EXPECT_FALSE(file.OPEN_READ(name));
+  EXPECT_EQ(file.WRITE(&c, 1), 0u) << "not open";
 }
 
-// Small and large transfers, around and through the buffer, keep the order of the calls and
-// read back the same whatever the buffer sizes on either side.
+// Small and large transfers, around and through the buffer, keep their order and read back the
+// same whatever the buffer sizes on either side.
 class MFileBufferSizes : public ::testing::TestWithParam<std::size_t> {};
 
 TEST_P(MFileBufferSizes, MixedTransfersKeepTheirOrder) {
   TempDir dir;
-  const MFileName name(dir.File(L"mixed.bin"));
-  std::vector<std::int32_t> big(50000);
+  const MFileName name = dir.File(L"mixed.bin");
+  std::vector<std::int32_t> big(50000), big2(big.size());
   std::iota(big.begin(), big.end(), -1000);
-  std::vector<double> medium(300);
+  std::vector<double> medium(300), medium2(medium.size());
   std::iota(medium.begin(), medium.end(), 0.5);
-  MFile out(GetParam());
-  ASSERT_TRUE(out.OPEN_WRITE(name));
-  Put<short>(out, 7);
-  EXPECT_EQ(out.WRITE(big.data(), big.size()), big.size());
-  Put<short>(out, 8);
-  EXPECT_EQ(out.WRITE(medium.data(), medium.size()), medium.size());
-  Put<short>(out, 9);
-  ASSERT_TRUE(out.CLOSE());
+  const short marks[3] = {7, 8, 9};
+  {
+    MFile out(GetParam());  // its death writes what is buffered
+    ASSERT_TRUE(out.OPEN_WRITE(name));
+    EXPECT_EQ(out.WRITE(&marks[0], 1) + out.WRITE(big.data(), big.size()) + out.WRITE(&marks[1], 1) +
+                  out.WRITE(medium.data(), medium.size()) + out.WRITE(&marks[2], 1),
+              big.size() + medium.size() + 3);
+  }
   EXPECT_EQ(name.FILE_SIZE(), static_cast<std::int64_t>(6 + big.size() * 4 + medium.size() * 8));
 
   MFile in(GetParam() == 0 ? 13 : GetParam() / 2 + 5);  // boundaries fall elsewhere
   ASSERT_TRUE(in.OPEN_READ(name));
-  std::vector<std::int32_t> big2(big.size());
-  std::vector<double> medium2(medium.size());
   EXPECT_EQ(Get<short>(in), 7);
   EXPECT_EQ(in.READ(big2.data(), big2.size()), big2.size());
   EXPECT_EQ(Get<short>(in), 8);
@@ -103,57 +117,7 @@ TEST_P(MFileBufferSizes, MixedTransfersKeepTheirOrder) {
   EXPECT_EQ(medium2, medium);
 }
 
-INSTANTIATE_TEST_SUITE_P(Sizes, MFileBufferSizes,
-                         ::testing::Values(0u, 1u, 7u, 4096u, MFile::kDefaultBufferSize));
-
-TEST(MFile, ShortReadsCountWholeItemsOnly) {
-  TempDir dir;
-  const MFileName name(dir.File(L"ten.bin"));
-  std::ofstream(dir.Path() / "ten.bin", std::ios::binary).write("\1\0\0\0\2\0\0\0\3\0", 10);
-  for (std::size_t buffer : {std::size_t{0}, std::size_t{4}, MFile::kDefaultBufferSize}) {
-    MFile file(buffer);
-    ASSERT_TRUE(file.OPEN_READ(name));
-    std::int32_t values[3] = {0, 0, 0};
-    EXPECT_EQ(file.READ(values, 3), 2u) << "buffer " << buffer;
-    EXPECT_EQ(values[1], 2);
-    char c;
-    EXPECT_EQ(file.READ(&c, 1), 0u) << "the partial item was consumed, buffer " << buffer;
-  }
-}
-
-TEST(MFile, RefusesWhatItsStateDoesNotAllow) {
-  TempDir dir;
-  const MFileName name(dir.File(L"state.bin"));
-  MFile file;
-  const std::int32_t value = 5;
-  std::int32_t read_back = 0;
-  EXPECT_EQ(file.WRITE(&value, 1), 0u) << "not open";
-  EXPECT_TRUE(file.CLOSE()) << "closing a closed file loses nothing";
-  EXPECT_FALSE(file.OPEN_WRITE(MFileName()));
-  EXPECT_FALSE(file.OPEN_READ(MFileName(dir.File(L"missing.bin"))));
-  EXPECT_FALSE(file.OPEN_READ(MFileName(dir.Wide())));
-  EXPECT_FALSE(file.OPEN_WRITE(MFileName(dir.Wide())));
-
-  ASSERT_TRUE(file.OPEN_WRITE(name));
-  EXPECT_FALSE(file.OPEN_WRITE(name)) << "already open";
-  EXPECT_EQ(file.READ(&read_back, 1), 0u) << "open for writing";
-  Put(file, value);
-  EXPECT_TRUE(file.CLOSE());
-  ASSERT_TRUE(file.OPEN_READ(name));
-  EXPECT_EQ(file.WRITE(&value, 1), 0u) << "open for reading";
-  EXPECT_EQ(Get<std::int32_t>(file), 5);
-  EXPECT_TRUE(file.CLOSE());
-
-  {
-    MFile again;  // reopening truncates, and the destructor writes what is buffered
-    ASSERT_TRUE(again.OPEN_WRITE(name));
-    Put<char>(again, 'x');
-  }
-  EXPECT_EQ(name.FILE_SIZE(), 1);
-  struct stat info;
-  ASSERT_EQ(::stat(name.GET_NATIVE_PATH().c_str(), &info), 0);
-  EXPECT_EQ(info.st_mode & 0077, 0u) << "readable by the user only";
-}
+INSTANTIATE_TEST_SUITE_P(Sizes, MFileBufferSizes, ::testing::Values(0u, 1u, 7u, 4096u, MFile::kDefaultBufferSize));
 
 TEST(MFile, FullDiskFailsTheWriteAndTheClose) {
   const MFileName full(L"/dev/full");
@@ -177,45 +141,83 @@ TEST(MFile, FullDiskFailsTheWriteAndTheClose) {
   EXPECT_FALSE(small.CLOSE());
 }
 
+// A write past the process's file size limit comes back short, if SIGXFSZ is ignored. The limit
+// and the ignored signal stay in a child, which answers by its exit code.
 TEST(MFile, FileSizeLimitGivesAShortWrite) {
   TempDir dir;
-  const MFileName direct(dir.File(L"direct.bin"));
-  const MFileName buffered(dir.File(L"buffered.bin"));
-  // What the child saw: items of the direct write, its close, items of the buffered write,
-  // its close, the direct file's size.
-  std::int64_t report[5] = {-1, -1, -1, -1, -1};
-  int channel[2];
-  ASSERT_EQ(::pipe(channel), 0);
   const pid_t child = ::fork();
   ASSERT_GE(child, 0);
   if (child == 0) {
-    // The limit and the ignored signal stay in the child.
     ::signal(SIGXFSZ, SIG_IGN);
     const rlimit limit{1000, 1000};
     ::setrlimit(RLIMIT_FSIZE, &limit);
-    const std::vector<double> data(300, 3.0);  // 2400 bytes
-    MFile small(64), large(0x40000);
-    if (small.OPEN_WRITE(direct) && large.OPEN_WRITE(buffered)) {
-      report[0] = static_cast<std::int64_t>(small.WRITE(data.data(), data.size()));
-      report[1] = small.CLOSE();
-      report[2] = static_cast<std::int64_t>(large.WRITE(data.data(), data.size()));
-      report[3] = large.CLOSE();
-      report[4] = direct.FILE_SIZE();
-    }
-    ::_exit(::write(channel[1], report, sizeof report) == static_cast<ssize_t>(sizeof report) ? 0 : 1);
+    auto require = [](bool ok, int code) {
+      if (!ok) ::_exit(code);
+    };
+    const std::vector<double> data(300, 3.0);  // 2400 bytes, past the buffer
+    const MFileName name = dir.File(L"limited.bin");
+    MFile file(64);
+    require(file.OPEN_WRITE(name), 10);
+    require(file.WRITE(data.data(), data.size()) == 125, 11);  // the whole doubles that 1000 bytes hold
+    require(!file.CLOSE(), 12);
+    require(name.FILE_SIZE() == 1000, 13);
+    ::_exit(0);
   }
-  ::close(channel[1]);
-  const ssize_t got = ::read(channel[0], report, sizeof report);
-  ::close(channel[0]);
   int status = 0;
   ::waitpid(child, &status, 0);
-  ASSERT_TRUE(WIFEXITED(status)) << "the child died of signal " << WTERMSIG(status);
-  ASSERT_EQ(got, static_cast<ssize_t>(sizeof report));
-  EXPECT_EQ(report[0], 125) << "1000 bytes hold 125 whole doubles";
-  EXPECT_EQ(report[1], 0) << "close after a short write";
-  EXPECT_EQ(report[2], 300) << "accepted into the buffer";
-  EXPECT_EQ(report[3], 0) << "but not all of it reached the disk";
-  EXPECT_EQ(report[4], 1000);
+  EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0)
+      << "exit " << WEXITSTATUS(status) << " (the failed requirement), signal " << WTERMSIG(status);
+}
+
+// A failed call leaves the name empty, so that opening it fails too and no older file is
+// overwritten; the name must stay inside the directory.
+TEST(MFileName, FailedTempNameLeavesNoNameToOpen) {
+  TempDir dir;
+  MFileName name = dir.File(L"old-name.tmp");
+  for (const std::wstring& bad_dir : {dir.Wide() + L"missing/", std::wstring(L"/proc/")}) {
+    EXPECT_FALSE(name.SET_TEMP_NAME(bad_dir, L"~varn_undo")) << name.GET_NATIVE_PATH();
+    MFile file;
+    EXPECT_FALSE(file.OPEN_WRITE(name));
+  }
+  EXPECT_FALSE(name.SET_TEMP_NAME(dir.Wide(), L"../escape"));
+}
+
+TEST(MFileName, ConcurrentProcessesNeverShareATempName) {
+  TempDir dir;
+  constexpr int kProcesses = 3, kNamesEach = 400;
+  int start[2];
+  ASSERT_EQ(::pipe(start), 0);
+  pid_t children[kProcesses];
+  for (pid_t& child : children) {
+    child = ::fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+      ::close(start[1]);
+      char go;
+      while (::read(start[0], &go, 1) > 0) {
+      }  // all start together when the parent closes the pipe
+      MFileName name;
+      int failures = 0;
+      for (int i = 0; i < kNamesEach; ++i) failures += !name.SET_TEMP_NAME(dir.Wide(), L"~varn_redo");
+      ::_exit(failures == 0 ? 0 : 1);
+    }
+  }
+  ::close(start[0]);
+  ::close(start[1]);
+  for (pid_t child : children) {
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << "a child got no name";
+  }
+  // Every successful call made its own empty file of the user only: a name handed to two callers
+  // would show as fewer files.
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir.Path()), {}), kProcesses * kNamesEach);
+  for (const auto& entry : std::filesystem::directory_iterator(dir.Path())) {
+    ASSERT_EQ(entry.path().filename().string().find("~varn_redo"), 0u);
+    ASSERT_EQ(entry.path().extension(), ".tmp");
+    ASSERT_EQ(entry.file_size(), 0u);
+    ASSERT_EQ(entry.status().permissions(), std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
+  }
 }
 
 }  // namespace

@@ -6,7 +6,6 @@
 #include <cstdint>
 #include <set>
 #include <thread>
-#include <utility>
 #include <vector>
 
 namespace {
@@ -21,72 +20,43 @@ class ShortLivedSlotsTable : public BasicDescriptorTable {
   using BasicDescriptorTable::GetSlotCount;
 };
 
-TEST(BasicDescriptorTable, RegisterLookupUnregister) {
-  BasicDescriptorTable table;
-  int a = 1, b = 2;
-  EXPECT_EQ(table.RegisterObject(nullptr), 0u);
-  const Key ka = table.RegisterObject(&a);
-  const Key kb = table.RegisterObject(&b);
-  const Key ka2 = table.RegisterObject(&a);  // one object may have several keys
-  ASSERT_TRUE(ka != 0 && kb != 0 && ka != kb && ka != ka2);
-  EXPECT_GT(static_cast<std::int64_t>(ka), 0) << "keys must fit a signed 64-bit handle";
-  EXPECT_EQ(table.GetObjectByKey(ka), &a);
-  EXPECT_EQ(table.GetObjectByKey(kb), &b);
-  EXPECT_EQ(table.GetCount(), 3u);
-
-  EXPECT_EQ(table.UnregisterObject(ka), &a);
-  EXPECT_EQ(table.UnregisterObject(ka), nullptr) << "a key works only once";
-  EXPECT_EQ(table.GetObjectByKey(ka), nullptr);
-  EXPECT_EQ(table.GetObjectByKey(ka2), &a) << "the object's other key stays";
-  EXPECT_EQ(table.GetCount(), 2u);
+TEST(BasicDescriptorTable, KeysFindTheirObjectUntilUnregistered) {
+  BasicDescriptorTable table(2, 3);  // grows past its first two slots by three at a time
+  std::vector<int> objects(5000);
+  std::vector<Key> keys;
+  for (int& object : objects) keys.push_back(table.RegisterObject(&object));
+  for (std::size_t i = 0; i < objects.size(); ++i) ASSERT_EQ(table.GetObjectByKey(keys[i]), &objects[i]) << i;
+  const Key again = table.RegisterObject(&objects[0]);  // one object may have several keys
+  EXPECT_EQ(table.UnregisterObject(keys[0]), &objects[0]);
+  EXPECT_EQ(table.UnregisterObject(keys[0]), nullptr) << "a key works only once";
+  EXPECT_EQ(table.GetObjectByKey(again), &objects[0]);
   // Keys never given: 0, a slot past the end, a live slot with another generation.
-  EXPECT_EQ(table.GetObjectByKey(0), nullptr);
-  EXPECT_EQ(table.GetObjectByKey(0xFFFFFFFFull), nullptr);
-  EXPECT_EQ(table.UnregisterObject(kb + (Key{1} << 32)), nullptr);
-  EXPECT_EQ(table.GetObjectByKey(kb), &b);
+  for (Key never : {Key{0}, Key{0xFFFFFFFF}, keys[1] + (Key{1} << 32)})
+    EXPECT_EQ(table.UnregisterObject(never), nullptr) << never;
+  EXPECT_EQ(table.GetCount(), objects.size());
+  EXPECT_EQ(table.RegisterObject(nullptr), 0u);
 }
 
-TEST(BasicDescriptorTable, StaleKeysFindNothingAfterManyCycles) {
+// Unregistering advances a slot's generation, and a slot whose generations are used up retires:
+// no key is ever handed out twice, and no stale key reaches the object now in its old slot.
+TEST(BasicDescriptorTable, KeysAreNeverReused) {
   BasicDescriptorTable table(1024, 0);
+  ShortLivedSlotsTable short_lived(3);
   int objects[3];
-  std::set<Key> seen;
-  std::vector<Key> stale;
-  for (int cycle = 0; cycle < 100000; ++cycle) {
-    void* object = &objects[cycle % 3];
-    const Key key = table.RegisterObject(object);
-    ASSERT_TRUE(seen.insert(key).second) << "key " << key << " reused at cycle " << cycle;
-    ASSERT_EQ(table.UnregisterObject(key), object);
-    if (cycle % 1000 == 0) stale.push_back(key);
-  }
-  // A live object now sits in the recycled slot; none of the old keys may reach it.
-  const Key live = table.RegisterObject(&objects[0]);
-  for (Key key : stale) EXPECT_EQ(table.GetObjectByKey(key), nullptr) << key;
-  EXPECT_EQ(table.GetObjectByKey(live), &objects[0]);
-}
-
-TEST(BasicDescriptorTable, SlotRetiresWhenItsGenerationsAreUsedUp) {
-  ShortLivedSlotsTable table(3);
-  int object = 0;
-  std::set<Key> seen;
-  for (int cycle = 0; cycle < 12; ++cycle) {
-    const Key key = table.RegisterObject(&object);
-    ASSERT_TRUE(key != 0 && seen.insert(key).second) << "key reused at cycle " << cycle;
-    ASSERT_EQ(table.UnregisterObject(key), &object);
-  }
-  EXPECT_EQ(table.GetSlotCount(), 4u) << "three keys per slot: four slots, each retired in turn";
-  for (Key key : seen) EXPECT_EQ(table.GetObjectByKey(key), nullptr);
-}
-
-TEST(BasicDescriptorTable, GrowsPastItsInitialCapacity) {
-  for (auto [capacity, growth] : std::vector<std::pair<std::size_t, std::size_t>>{{2, 3}, {0, 0}}) {
-    BasicDescriptorTable table(capacity, growth);
-    std::vector<int> objects(5000);
-    std::vector<Key> keys;
-    for (int& object : objects) keys.push_back(table.RegisterObject(&object));
-    for (std::size_t i = 0; i < objects.size(); ++i) {
-      ASSERT_EQ(table.GetObjectByKey(keys[i]), &objects[i]) << "growth " << growth << " entry " << i;
+  for (BasicDescriptorTable* t : {&table, static_cast<BasicDescriptorTable*>(&short_lived)}) {
+    std::set<Key> seen;
+    for (int cycle = 0; cycle < (t == &table ? 100000 : 12); ++cycle) {
+      void* object = &objects[cycle % 3];
+      const Key key = t->RegisterObject(object);
+      ASSERT_GT(static_cast<std::int64_t>(key), 0) << "keys are never 0 and fit a signed 64-bit handle";
+      ASSERT_TRUE(seen.insert(key).second) << "key " << key << " reused at cycle " << cycle;
+      ASSERT_EQ(t->UnregisterObject(key), object);
     }
+    const Key live = t->RegisterObject(&objects[0]);
+    for (Key key : seen) ASSERT_EQ(t->GetObjectByKey(key), nullptr) << key;
+    EXPECT_EQ(t->GetObjectByKey(live), &objects[0]);
   }
+  EXPECT_EQ(short_lived.GetSlotCount(), 5u) << "three keys per slot: four slots retired in turn, a fifth live";
 }
 
 TEST(BasicDescriptorTable, ThreadsKeepTheirEntriesAndRacesHaveOneWinner) {
@@ -100,15 +70,11 @@ TEST(BasicDescriptorTable, ThreadsKeepTheirEntriesAndRacesHaveOneWinner) {
       for (std::size_t round = 0; round < 20000; ++round) {
         const std::size_t i = round % mine.size();
         if (keys[i] != 0 && (table.GetObjectByKey(keys[i]) != &mine[i] ||
-                             table.UnregisterObject(keys[i]) != &mine[i] ||
-                             table.GetObjectByKey(keys[i]) != nullptr)) {
+                             table.UnregisterObject(keys[i]) != &mine[i] || table.GetObjectByKey(keys[i]) != nullptr))
           ++errors;
-        }
         if ((keys[i] = table.RegisterObject(&mine[i])) == 0) ++errors;
       }
-      for (std::size_t i = 0; i < mine.size(); ++i) {
-        if (table.UnregisterObject(keys[i]) != &mine[i]) ++errors;
-      }
+      for (std::size_t i = 0; i < mine.size(); ++i) errors += table.UnregisterObject(keys[i]) != &mine[i];
     });
   }
   for (auto& thread : threads) thread.join();
@@ -121,11 +87,10 @@ TEST(BasicDescriptorTable, ThreadsKeepTheirEntriesAndRacesHaveOneWinner) {
   for (int& object : objects) keys.push_back(table.RegisterObject(&object));
   std::atomic<int> taken{0};
   threads.clear();
-  for (int t = 0; t < 3; ++t) {
+  for (int t = 0; t < 3; ++t)
     threads.emplace_back([&] {
       for (Key key : keys) taken += table.UnregisterObject(key) != nullptr;
     });
-  }
   for (auto& thread : threads) thread.join();
   EXPECT_EQ(taken.load(), static_cast<int>(objects.size()));
 }

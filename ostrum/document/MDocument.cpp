@@ -20,6 +20,7 @@ MDocument* MDocument::mgp_doc_instance = nullptr;
 MDataBase* MDocument::mgp_database = nullptr;
 long long MDocument::m_undo_disk_space = 104857600;
 uint32_t MDocument::mg_temporary_key = 0;
+uint32_t MDocument::mg_living_documents = 0;
 
 namespace {
 
@@ -37,14 +38,16 @@ MDocument::MDocument() {
   m_mouse_handler = nullptr;
   mgp_database = nullptr;
   MOperation::mgp_document = this;
-  MTransformRepositoryEx::CreateInstance();
+  // The application has one repository at a time: the first living document makes it and the
+  // last one to die deletes it, so documents alive together share one tree.
+  if (mg_living_documents++ == 0 || !MTransformRepositoryEx::GetInstance()) MTransformRepositoryEx::CreateInstance();
 }
 
 MDocument::~MDocument() {
   if (mgp_doc_instance == this) mgp_doc_instance = nullptr;
   // Operations sent after the document died must not reach it.
   if (MOperation::mgp_document == this) MOperation::mgp_document = nullptr;
-  MTransformRepositoryEx::DeleteInstance();
+  if (--mg_living_documents == 0) MTransformRepositoryEx::DeleteInstance();
 }
 
 MTransformRepositoryEx* MDocument::GetTransformRep() { return MTransformRepositoryEx::GetInstance(); }

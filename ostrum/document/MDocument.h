@@ -177,4 +177,5 @@ class OSTRUM_API MDocument : public CDocument {
   MLocker::Counter m_undo_lock;
 
   static uint32_t mg_temporary_key;
+  static uint32_t mg_living_documents;
 };

@@ -1,13 +1,10 @@
 #include "ostrum/foundation/platform/MessageDispatch.h"
 
-#include "ostrum/foundation/platform/LastError.h"
-#include "ostrum/foundation/platform/ProcessIdentity.h"
 #include "ostrum/foundation/platform/TickCount.h"
+#include "ostrum/foundation/platform/Window.h"
 #include "ostrum/foundation/platform/private/ThreadQueue.h"
-#include "ostrum/foundation/platform/private/WindowTable.h"
 
 using Ostrum::Desktop::Private::CurrentQueue;
-using Ostrum::Desktop::Private::WindowTable;
 
 namespace {
 
@@ -48,14 +45,6 @@ LRESULT DispatchMessageW(const MSG* msg) {
     return 0;
   }
   if (msg->hwnd == nullptr) return 0;
-  auto window = WindowTable::Get().Find(msg->hwnd);
-  if (!window) {
-    SetLastError(ERROR_INVALID_WINDOW_HANDLE);
-    return 0;
-  }
-  if (window->thread_id != GetCurrentThreadId()) {
-    SetLastError(ERROR_ACCESS_DENIED);
-    return 0;
-  }
-  return window->proc(msg->hwnd, msg->message, msg->wParam, msg->lParam);
+  // A window of this thread gets the message as if it were sent to it.
+  return SendMessageW(msg->hwnd, msg->message, msg->wParam, msg->lParam);
 }

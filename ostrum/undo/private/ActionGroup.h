@@ -1,0 +1,57 @@
+#pragma once
+// ActionGroup: one step of undo history, the actions of one committed transaction.
+
+#include <string>
+
+#include "ostrum/undo/IActionEnumAgent.h"
+#include "ostrum/undo/IActionFilter.h"
+#include "ostrum/undo/private/ActionEntry.h"
+#include "ostrum/undo/private/RefList.h"
+#include "ostrum/undo/private/SharedObject.h"
+
+namespace Ostrum::Undo::Private {
+
+class ActionGroupStack;
+class Transaction;
+
+/// Owned by the stack it lies on. A group that loses its stack releases its actions, which go
+/// to the deferred discard.
+class ActionGroup : public SharedObject,
+                    public OwnedObject<ActionGroup, ActionGroupStack>,
+                    public RefListItem<ActionGroup> {
+ public:
+  /// Takes over the actions and the action string of `tx` (null: an empty group), leaving the
+  /// transaction empty; nothing is copied.
+  explicit ActionGroup(Transaction* tx);
+  ~ActionGroup() noexcept(false) override;
+
+  bool IsEmpty() const { return m_actions.IsEmpty(); }
+  /// The text for the user, "" when none was given; valid until the string is set again.
+  wchar_t const* GetActionString() const { return m_action_string.c_str(); }
+  /// Ignored for null.
+  void SetActionString(wchar_t const* action_string) {
+    if (action_string) m_action_string = action_string;
+  }
+  /// Adds `entry` as the newest action.
+  void AddAction(SharedRef<ActionEntry> entry) { m_actions.PushFront(std::move(entry)); }
+  /// Takes out the newest action's entry; an empty reference for an empty group.
+  SharedRef<ActionEntry> PopFrontEntry() { return m_actions.PopFront(); }
+
+  /// Shows the agent the group and its actions that `filter` (null: all) matches, the newest
+  /// first, leaving them in place. Stops without OnEndGroup if the group loses its stack.
+  void Enumerate(IActionEnumAgent* agent, IActionFilter const* filter);
+  /// Like Enumerate, but every matched action is taken out of the group and handed over to
+  /// the agent (null: the discarding agent).
+  void Extract(IActionEnumAgent* agent, IActionFilter const* filter);
+
+ protected:
+  void OnOwnerChanged(ActionGroupStack* old_owner) override;
+
+ private:
+  void _Walk(IActionEnumAgent* agent, IActionFilter const* filter, bool extract);
+
+  RefList<ActionEntry> m_actions;  // the newest at the front
+  std::wstring m_action_string;
+};
+
+}  // namespace Ostrum::Undo::Private

@@ -1,0 +1,238 @@
+#include "ostrum/undo/private/ControllerStates.h"
+
+#include <stdexcept>
+
+#include "ostrum/undo/private/ActionGroup.h"
+
+namespace Ostrum::Undo::Private {
+
+// ---- _StateNeutral ----
+
+_StateNeutral::_StateNeutral()
+    : m_undo_stack(MakeShared<ActionGroupStack>()), m_redo_stack(MakeShared<ActionGroupStack>()) {}
+
+_StateNeutral::~_StateNeutral() noexcept(false) { SetOwner(nullptr); }
+
+void _StateNeutral::OnOwnerChanged(Controller*) {
+  m_undo_stack->SetOwner(GetOwner());
+  m_redo_stack->SetOwner(GetOwner());
+}
+
+void _StateNeutral::Undo() { _PerformTop(true); }
+void _StateNeutral::Redo() { _PerformTop(false); }
+
+void _StateNeutral::_PerformTop(bool undo) {
+  const SharedRef<ActionGroupStack>& source = undo ? m_undo_stack : m_redo_stack;
+  if (source->IsEmpty()) return;
+  auto state = MakeShared<_StatePerformingUndoRedo>(source, undo ? m_redo_stack : m_undo_stack, undo);
+  GetOwner()->PushState(state);
+  state->_Start();
+}
+
+wchar_t const* _StateNeutral::GetUndoActionString() const {
+  ActionGroup* top = m_undo_stack->Top();
+  return top ? top->GetActionString() : nullptr;
+}
+
+wchar_t const* _StateNeutral::GetRedoActionString() const {
+  ActionGroup* top = m_redo_stack->Top();
+  return top ? top->GetActionString() : nullptr;
+}
+
+Transaction* _StateNeutral::BeginTransaction(char const* id) {
+  auto state = MakeShared<_StateBuildingActionGroup>(m_undo_stack, m_redo_stack);
+  GetOwner()->PushState(state);
+  try {
+    return state->BeginTransaction(id);
+  } catch (...) {
+    state->GetOwner()->PopState();
+    throw;
+  }
+}
+
+void _StateNeutral::EnumerateUndoActions(IActionEnumAgent* agent, IActionFilter const* filter) {
+  _Walk(m_undo_stack, agent, filter, true);
+}
+void _StateNeutral::EnumerateRedoActions(IActionEnumAgent* agent, IActionFilter const* filter) {
+  _Walk(m_redo_stack, agent, filter, true);
+}
+void _StateNeutral::ExtractUndoActions(IActionEnumAgent* agent, IActionFilter const* filter) {
+  _Walk(m_undo_stack, agent ? agent : IActionEnumAgent::DisacrdActionsAgent(), filter, false);
+}
+void _StateNeutral::ExtractRedoActions(IActionEnumAgent* agent, IActionFilter const* filter) {
+  _Walk(m_redo_stack, agent ? agent : IActionEnumAgent::DisacrdActionsAgent(), filter, false);
+}
+
+void _StateNeutral::_Walk(const SharedRef<ActionGroupStack>& stack, IActionEnumAgent* agent,
+                          IActionFilter const* filter, bool enumerate_only) {
+  auto state = MakeShared<_StateEnumeratingActions>(stack, enumerate_only);
+  GetOwner()->PushState(state);
+  state->Run(agent, filter);
+}
+
+// ---- _StateEnumeratingActions ----
+
+void _StateEnumeratingActions::Run(IActionEnumAgent* agent, IActionFilter const* filter) {
+  SharedRef<_State> hold(this, SharedRef<_State>::ADD_REF);
+  try {
+    agent->OnStart();
+    if (IsCurrentState()) {
+      if (m_enumerate_only)
+        m_stack->Enumerate(agent, filter);
+      else
+        m_stack->Extract(agent, filter);
+      if (IsCurrentState()) {
+        agent->OnFinish();
+        _PopSelf();
+        return;
+      }
+    }
+    agent->OnAbort();
+  } catch (...) {
+    // OnAbort is the agent's chance to let go of what it holds; a failure there must not hide
+    // the first one nor stop the clean-up.
+    try {
+      agent->OnAbort();
+    } catch (...) {
+    }
+    if (!m_enumerate_only && GetOwner()) GetOwner()->CleanupManager();
+    throw;
+  }
+}
+
+// ---- _StateHandlingTransaction ----
+
+void _StateHandlingTransaction::OnOwnerChanged(Controller*) {
+  if (!GetOwner()) _DropTransactions();
+}
+
+void _StateHandlingTransaction::RegisterAction(SharedRef<ActionEntry> entry) {
+  if (Transaction* current = GetCurrent())
+    current->AddAction(std::move(entry));
+  else
+    _State::RegisterAction(std::move(entry));
+}
+
+Transaction* _StateHandlingTransaction::BeginTransaction(char const* id) {
+  // A state that has lost its controller opens nothing: its transactions would outlive the
+  // history they were meant for.
+  return GetOwner() ? _Begin(id) : nullptr;
+}
+
+bool _StateHandlingTransaction::_OnRollback(Transaction* tx) {
+  SharedRef<_State> hold(this, SharedRef<_State>::ADD_REF);
+  Controller* controller = GetOwner();
+  if (!controller) {
+    delete tx;
+    return false;
+  }
+  controller->DisableRegistration();
+  RefList<ActionEntry> actions;
+  actions.Swap(tx->GetActions());
+  delete tx;
+  try {
+    while (!actions.IsEmpty()) {
+      actions.PopFront()->PerformAction();
+      // Whatever replaced this state has reset the counter; it is not ours to touch any more.
+      if (!IsCurrentState()) return false;
+    }
+  } catch (...) {
+    if (GetOwner() == controller) controller->CleanupManager();
+    throw;
+  }
+  controller->EnableRegistration();
+  if (!GetCurrent()) _PopSelf();
+  return true;
+}
+
+void _StateHandlingTransaction::_OnTerminate(Transaction* tx) {
+  delete tx;
+  if (GetOwner() && !GetCurrent()) _PopSelf();
+}
+
+// ---- _StateBuildingActionGroup ----
+
+_StateBuildingActionGroup::~_StateBuildingActionGroup() noexcept(false) = default;
+
+void _StateBuildingActionGroup::_OnCommitPrimary(Transaction* tx) {
+  if (!tx->IsEmpty()) {
+    m_undo_stack_ref->Push(MakeShared<ActionGroup>(tx));
+    m_redo_stack_ref->Clear();
+  }
+  delete tx;
+  _PopSelf();
+}
+
+// ---- _StatePerformingUndoRedo ----
+
+_StatePerformingUndoRedo::~_StatePerformingUndoRedo() noexcept(false) = default;
+
+void _StatePerformingUndoRedo::OnOwnerChanged(Controller* old_owner) {
+  if (!GetOwner()) m_primary = nullptr;  // dropped with the other transactions
+  _StateHandlingTransaction::OnOwnerChanged(old_owner);
+}
+
+void _StatePerformingUndoRedo::_Start() {
+  SharedRef<_State> hold(this, SharedRef<_State>::ADD_REF);
+  Controller* controller = GetOwner();
+  try {
+    SharedRef<ActionGroup> group = m_source->Peek();
+    m_primary = _Begin(nullptr);
+    m_primary->SetActionString(group->GetActionString());
+    while (!group->IsEmpty()) {
+      SharedRef<ActionEntry> entry = group->PopFrontEntry();
+      // The nested transaction is committed through its handle: the action may have ended it
+      // already, and a handle that has gone stale commits nothing.
+      Undo::Transaction* nested = _Begin(entry->GetId())->GetHandle();
+      entry->PerformAction();
+      entry.Reset();
+      nested->Commit();
+      if (!IsCurrentState() || !m_primary) break;
+    }
+    if (IsCurrentState() && m_primary && GetPrimary() == m_primary) {
+      m_finishing = true;
+      Commit(m_primary);
+      if (m_source->Top() == group.Get()) m_source->Pop();
+      return;
+    }
+    throw std::logic_error("undo/redo performer became to unexpected state");
+  } catch (...) {
+    if (controller && GetOwner() == controller) controller->CleanupManager();
+    throw;
+  }
+}
+
+void _StatePerformingUndoRedo::_OnCommitPrimary(Transaction* tx) {
+  const bool legal = m_finishing && tx == m_primary;
+  m_primary = nullptr;
+  if (!legal) {
+    // Only the run itself ends its primary. An action that commits it leaves the run without
+    // one; the run then fails and takes the history with it.
+    delete tx;
+    return;
+  }
+  if (!tx->IsEmpty()) m_target->Push(MakeShared<ActionGroup>(tx));
+  delete tx;
+  _PopSelf();
+}
+
+bool _StatePerformingUndoRedo::_OnRollback(Transaction* tx) {
+  if (tx == m_primary) {
+    m_primary = nullptr;
+    delete tx;
+    throw std::logic_error("attempt to rollback primary transaction");
+  }
+  return _StateHandlingTransaction::_OnRollback(tx);
+}
+
+void _StatePerformingUndoRedo::_OnTerminate(Transaction* tx) {
+  if (tx == m_primary) {
+    // Not a legal call from inside an action: the run finds its primary gone and fails.
+    m_primary = nullptr;
+    delete tx;
+    return;
+  }
+  _StateHandlingTransaction::_OnTerminate(tx);
+}
+
+}  // namespace Ostrum::Undo::Private

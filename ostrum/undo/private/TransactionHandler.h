@@ -1,0 +1,96 @@
+#pragma once
+// The private side of transactions: the open transaction with its actions, and the handler
+// that keeps the chain of open transactions of one state of the controller.
+
+#include <string>
+
+#include "ostrum/undo/Transaction.h"
+#include "ostrum/undo/private/ActionEntry.h"
+#include "ostrum/undo/private/RefList.h"
+#include "ostrum/undo/private/TransactionTable.h"
+
+namespace Ostrum::Undo::Private {
+
+class TransactionHandler;
+
+/// An open transaction. Owned by its handler; registered in the transaction table exactly while
+/// it is open. Open transactions form a single chain from the primary inward, since only the
+/// current (innermost) one can gain a child.
+class Transaction : public ReferredObject<Transaction, TransactionHandler, Undo::Transaction> {
+ public:
+  ~Transaction() noexcept(false) override;
+
+  /// Adds `entry` as the newest action. An entry registered without an identifier takes the
+  /// transaction's, so an action that registers itself again during undo keeps its old one.
+  void AddAction(SharedRef<ActionEntry> entry);
+  bool IsEmpty() const { return m_actions.IsEmpty(); }
+  /// The actions, the newest at the front: the order in which they are undone.
+  RefList<ActionEntry>& GetActions() { return m_actions; }
+  std::wstring& GetActionString() { return m_action_string; }
+  void SetActionString(wchar_t const* action_string) {
+    if (action_string) m_action_string = action_string;
+  }
+  const std::string& GetId() const { return m_id; }
+  Transaction* GetParent() const { return m_parent; }
+  Transaction* GetChild() const { return m_child; }
+
+ private:
+  friend class TransactionHandler;
+  Transaction(Transaction* parent, std::string id) : m_parent(parent), m_id(std::move(id)) {}
+
+  /// The common first step of every end: unlinks the transaction from its handler, folds the
+  /// transactions open inside it into it (their actions in front, the first non-empty action
+  /// string if it has none) and deletes them, and gives up the owner, which makes the handle
+  /// stale.
+  void _Detach();
+
+  Transaction* m_parent;            // the enclosing open transaction, null for the primary
+  Transaction* m_child = nullptr;   // the open transaction directly inside, null if none
+  RefList<ActionEntry> m_actions;   // the newest at the front
+  std::wstring m_action_string;
+  std::string m_id;
+};
+
+/// Keeps the chain of open transactions and decides what their ends mean. The derived state
+/// says what the commit of the primary and a rollback do.
+class TransactionHandler {
+ public:
+  TransactionHandler(const TransactionHandler&) = delete;
+  TransactionHandler& operator=(const TransactionHandler&) = delete;
+  /// Drops the transactions still open, without calling back into the derived state.
+  virtual ~TransactionHandler() noexcept(false);
+
+  Transaction* GetPrimary() const { return m_primary; }
+  Transaction* GetCurrent() const { return m_current; }
+
+  /// Ends `tx`; a nested one hands its actions to its parent, the primary goes to
+  /// _OnCommitPrimary.
+  void Commit(Transaction* tx);
+  /// Ends `tx` and answers what _OnRollback does with it.
+  bool Rollback(Transaction* tx);
+  /// Ends `tx` and hands it to _OnTerminate.
+  void Terminate(Transaction* tx);
+
+ protected:
+  TransactionHandler() = default;
+
+  /// Opens a transaction inside the current one (or as the primary) and makes it current.
+  /// A null `id` inherits the parent's. Throws std::bad_alloc if the table cannot take it.
+  Transaction* _Begin(char const* id);
+  /// Ends the open transactions without calling back: their actions are dropped.
+  void _DropTransactions();
+
+  /// The primary `tx` was committed and detached; the derived state must delete it.
+  virtual void _OnCommitPrimary(Transaction* tx) = 0;
+  /// `tx` was detached for a rollback; the derived state must delete it.
+  virtual bool _OnRollback(Transaction* tx) = 0;
+  /// `tx` was detached for termination; the default deletes it, which drops its actions.
+  virtual void _OnTerminate(Transaction* tx);
+
+ private:
+  friend class Transaction;
+  Transaction* m_primary = nullptr;
+  Transaction* m_current = nullptr;
+};
+
+}  // namespace Ostrum::Undo::Private

@@ -72,7 +72,14 @@ wchar_t const* Manager::GetRedoActionString() const {
 }
 
 Transaction* Manager::BeginTransaction(wchar_t const* action_string, char const* id) {
-  return m_core ? HandleOf(m_core->m_controller.BeginTransaction(action_string, id)) : nullptr;
+  Private::Transaction* tx = m_core ? m_core->m_controller.BeginTransaction(action_string, id) : nullptr;
+  if (!tx) return nullptr;
+  try {
+    return tx->GetHandle();
+  } catch (...) {
+    tx->GetOwner()->Terminate(tx);  // a transaction nobody can reach must not stay open
+    throw;
+  }
 }
 
 Transaction* Manager::GetPrimaryTransaction() {

@@ -32,6 +32,8 @@ class ActionGroup : public SharedObject,
   void SetActionString(wchar_t const* action_string) {
     if (action_string) m_action_string = action_string;
   }
+  /// The text itself, for moving it out without a copy.
+  std::wstring& GetActionStringStorage() { return m_action_string; }
   /// Adds `entry` as the newest action.
   void AddAction(SharedRef<ActionEntry> entry) { m_actions.PushFront(std::move(entry)); }
   /// Takes out the newest action's entry; an empty reference for an empty group.

@@ -178,15 +178,17 @@ void _StatePerformingUndoRedo::_Start() {
   try {
     SharedRef<ActionGroup> group = m_source->Peek();
     m_primary = _Begin(nullptr);
-    m_primary->SetActionString(group->GetActionString());
+    // The group's text is not read while the run lasts (the state is not neutral), and the
+    // group leaves the stack at its end, so the text is moved rather than copied.
+    m_primary->GetActionString().swap(group->GetActionStringStorage());
     while (!group->IsEmpty()) {
       SharedRef<ActionEntry> entry = group->PopFrontEntry();
-      // The nested transaction is committed through its handle: the action may have ended it
-      // already, and a handle that has gone stale commits nothing.
-      Undo::Transaction* nested = _Begin(entry->GetId())->GetHandle();
+      Transaction* nested = _Begin(entry->GetId());
+      const std::uint64_t serial = nested->GetSerial();
       entry->PerformAction();
       entry.Reset();
-      nested->Commit();
+      // The action may have ended its transaction itself, or the manager's history with it.
+      if (Transaction* open = _FindOpen(nested, serial)) Commit(open);
       if (!IsCurrentState() || !m_primary) break;
     }
     if (IsCurrentState() && m_primary && GetPrimary() == m_primary) {

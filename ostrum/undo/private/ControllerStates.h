@@ -82,6 +82,7 @@ class _StateHandlingTransaction : public Controller::_State, private Transaction
   void _OnTerminate(Transaction* tx) override;
 
   using TransactionHandler::_Begin;
+  using TransactionHandler::_FindOpen;
   using TransactionHandler::Commit;
   using TransactionHandler::GetCurrent;
   using TransactionHandler::GetPrimary;

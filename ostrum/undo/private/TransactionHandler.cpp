@@ -1,7 +1,5 @@
 #include "ostrum/undo/private/TransactionHandler.h"
 
-#include <memory>
-
 namespace Ostrum::Undo::Private {
 
 Transaction::~Transaction() noexcept(false) = default;
@@ -35,15 +33,21 @@ void Transaction::_Detach() {
 TransactionHandler::~TransactionHandler() noexcept(false) { _DropTransactions(); }
 
 Transaction* TransactionHandler::_Begin(char const* id) {
-  std::unique_ptr<Transaction> tx(
-      new Transaction(m_current, id ? std::string(id) : m_current ? m_current->m_id : std::string()));
-  tx->SetOwner(this);  // registers the handle; throws if the table is full
+  Transaction* tx = new Transaction(m_current, id ? std::string(id) : m_current ? m_current->m_id : std::string(),
+                                    ++m_serial);
+  tx->SetOwner(this);
   if (m_current)
-    m_current->m_child = tx.get();
+    m_current->m_child = tx;
   else
-    m_primary = tx.get();
-  m_current = tx.get();
-  return tx.release();
+    m_primary = tx;
+  m_current = tx;
+  return tx;
+}
+
+Transaction* TransactionHandler::_FindOpen(Transaction* tx, std::uint64_t serial) const {
+  for (Transaction* open = m_primary; open; open = open->m_child)
+    if (open == tx) return open->m_serial == serial ? open : nullptr;
+  return nullptr;
 }
 
 void TransactionHandler::_DropTransactions() {

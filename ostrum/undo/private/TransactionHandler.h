@@ -2,6 +2,7 @@
 // The private side of transactions: the open transaction with its actions, and the handler
 // that keeps the chain of open transactions of one state of the controller.
 
+#include <cstdint>
 #include <string>
 
 #include "ostrum/undo/Transaction.h"
@@ -33,10 +34,13 @@ class Transaction : public ReferredObject<Transaction, TransactionHandler, Undo:
   const std::string& GetId() const { return m_id; }
   Transaction* GetParent() const { return m_parent; }
   Transaction* GetChild() const { return m_child; }
+  /// Tells this transaction from a later one that the allocator put at the same address.
+  std::uint64_t GetSerial() const { return m_serial; }
 
  private:
   friend class TransactionHandler;
-  Transaction(Transaction* parent, std::string id) : m_parent(parent), m_id(std::move(id)) {}
+  Transaction(Transaction* parent, std::string id, std::uint64_t serial)
+      : m_parent(parent), m_id(std::move(id)), m_serial(serial) {}
 
   /// The common first step of every end: unlinks the transaction from its handler, folds the
   /// transactions open inside it into it (their actions in front, the first non-empty action
@@ -49,6 +53,7 @@ class Transaction : public ReferredObject<Transaction, TransactionHandler, Undo:
   RefList<ActionEntry> m_actions;   // the newest at the front
   std::wstring m_action_string;
   std::string m_id;
+  std::uint64_t m_serial;           // unique among the transactions of its handler
 };
 
 /// Keeps the chain of open transactions and decides what their ends mean. The derived state
@@ -79,6 +84,8 @@ class TransactionHandler {
   Transaction* _Begin(char const* id);
   /// Ends the open transactions without calling back: their actions are dropped.
   void _DropTransactions();
+  /// `tx` if it is still open here and is the transaction that carried `serial`; null otherwise.
+  Transaction* _FindOpen(Transaction* tx, std::uint64_t serial) const;
 
   /// The primary `tx` was committed and detached; the derived state must delete it.
   virtual void _OnCommitPrimary(Transaction* tx) = 0;
@@ -91,6 +98,7 @@ class TransactionHandler {
   friend class Transaction;
   Transaction* m_primary = nullptr;
   Transaction* m_current = nullptr;
+  std::uint64_t m_serial = 0;  // of the transaction opened last
 };
 
 }  // namespace Ostrum::Undo::Private

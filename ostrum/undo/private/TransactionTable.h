@@ -17,18 +17,26 @@ Generic::BasicDescriptorTable& GetTransactionTable();
 /// "bad allocation".
 [[noreturn]] void ThrowTableFull();
 
-/// An owned object that is registered in the transaction table exactly while it has an owner.
-/// Its key, cast to `Handle*`, is the handle the public interface gives out; a key that has
-/// been unregistered finds nothing, so an old handle is harmless.
+/// An owned object that can be reached by key while it has an owner. The key is taken when the
+/// handle is first asked for, so objects whose handle nobody sees never touch the table (and
+/// its lock); it is given back when the owner goes. The key, cast to `Handle*`, is the handle
+/// the public interface gives out; a key that has been given back finds nothing, so an old
+/// handle is harmless.
 template <class T, class Owner, class Handle>
 class ReferredObject : public OwnedObject<T, Owner> {
  public:
-  ~ReferredObject() noexcept(false) override {
-    if (m_key) GetTransactionTable().UnregisterObject(static_cast<Generic::BasicDescriptorTable::Key>(m_key));
-  }
+  ~ReferredObject() noexcept(false) override { _Unregister(); }
 
-  /// The handle, null while the object has no owner.
-  Handle* GetHandle() const { return reinterpret_cast<Handle*>(static_cast<std::uintptr_t>(m_key)); }
+  /// The handle, registering the object on first use; null while the object has no owner.
+  /// Throws std::bad_alloc when the table cannot take another key.
+  Handle* GetHandle() const {
+    if (m_key == 0 && this->GetOwner()) {
+      const auto key = GetTransactionTable().RegisterObject(const_cast<ReferredObject*>(this));
+      if (key == 0) ThrowTableFull();
+      m_key = static_cast<std::int64_t>(key);
+    }
+    return reinterpret_cast<Handle*>(static_cast<std::uintptr_t>(m_key));
+  }
   /// The object a handle refers to, null for a stale or null handle.
   static T* FromHandle(const Handle* handle) {
     return static_cast<T*>(static_cast<ReferredObject*>(
@@ -38,24 +46,18 @@ class ReferredObject : public OwnedObject<T, Owner> {
  protected:
   ReferredObject() = default;
 
-  /// Registers on gaining an owner (throwing std::bad_alloc, disowned, when the table is full)
-  /// and unregisters on losing it.
-  void OnOwnerChanged(Owner* old_owner) override {
-    if (!old_owner) {
-      const auto key = GetTransactionTable().RegisterObject(static_cast<ReferredObject*>(this));
-      if (key == 0) {
-        this->SetOwner(nullptr);
-        ThrowTableFull();
-      }
-      m_key = static_cast<std::int64_t>(key);
-    } else if (!this->GetOwner()) {
-      GetTransactionTable().UnregisterObject(static_cast<Generic::BasicDescriptorTable::Key>(m_key));
-      m_key = 0;
-    }
+  /// Losing the owner gives the key back: from then on the handle is stale.
+  void OnOwnerChanged(Owner*) override {
+    if (!this->GetOwner()) _Unregister();
   }
 
  private:
-  std::int64_t m_key = 0;
+  void _Unregister() {
+    if (m_key) GetTransactionTable().UnregisterObject(static_cast<Generic::BasicDescriptorTable::Key>(m_key));
+    m_key = 0;
+  }
+
+  mutable std::int64_t m_key = 0;
 };
 
 }  // namespace Ostrum::Undo::Private

@@ -10,6 +10,7 @@
 #include "CleanupScenario.h"
 #include "CoordinateScenario.h"
 #include "PlannerTrace.h"
+#include "UndoScenario.h"
 #include "ostrum/document/MDocument.h"
 #include "ostrum/document/MLocker.h"
 #include "ostrum/foundation/core/StringResources.h"
@@ -278,6 +279,8 @@ int main() {
   planner::RunCleanupScenario();
 
   planner::RunCoordinateScenario();
+
+  planner::RunUndoScenario();
 
   std::printf("\nplanner: done\n");
   return 0;

@@ -1,7 +1,6 @@
 // Enumeration and extraction of a history: what agents see, what leaves the stacks and when it
 // is destroyed, and agents or filters that throw or clean the manager up halfway.
 
-#include <set>
 #include <stdexcept>
 
 #include "UndoTestKit.h"
@@ -19,22 +18,10 @@ class HistoryWalkTest : public UndoTest {
   }
 };
 
-// Matches the actions whose name is listed.
-class NameFilter : public IActionFilter {
- public:
-  explicit NameFilter(std::set<std::string> names) : m_names(std::move(names)) {}
-  bool IsActionMatched(IAction const* action, char const*) const override {
-    return m_names.count(dynamic_cast<HostAction const*>(action)->Name()) > 0;
-  }
-
- private:
-  std::set<std::string> m_names;
-};
-
 TEST_F(HistoryWalkTest, ExtractionTakesWhatMatchesAndDropsGroupsLeftEmpty) {
   CallLog calls;
   TextAgent agent(&calls);
-  NameFilter filter({"c", "b2", "a1", "a2"});
+  ByName filter({"c", "b2", "a1", "a2"});
   manager->ExtractUndoActions(&agent, &filter);
   EXPECT_EQ(agent.text, "[C: c] [B: b2] [A: a2 a1]");
   EXPECT_EQ(Stacks(*manager), "undo [B: b1] | redo ") << "B keeps its text and place, A and C are gone";
@@ -44,13 +31,11 @@ TEST_F(HistoryWalkTest, ExtractionTakesWhatMatchesAndDropsGroupsLeftEmpty) {
   manager->EnumerateUndoActions(&none, IActionFilter::OpaqueFilter());
   EXPECT_EQ(calls, (Calls{"start", "begin", "end", "finish"})) << "a group without a match is still shown";
 
-  manager->Undo();
-  manager->ExtractRedoActions(nullptr, nullptr);
   manager->ExtractUndoActions(nullptr, nullptr);
   EXPECT_EQ(Stacks(*manager), "undo  | redo ");
-  EXPECT_EQ(log, (Calls{"b1"})) << "nothing is destroyed during an extraction";
+  EXPECT_TRUE(log.empty()) << "nothing is destroyed during an extraction";
   RunIdle();
-  EXPECT_EQ(log, (Calls{"b1", "discard b1"}));
+  EXPECT_EQ(log, (Calls{"discard b1"}));
 }
 
 // An agent or a filter that throws at one point of the walk over [C: c] [B: b2 b1] [A: a2 a1].

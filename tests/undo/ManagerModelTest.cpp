@@ -3,7 +3,6 @@
 
 #include <deque>
 #include <random>
-#include <set>
 
 #include "UndoTestKit.h"
 
@@ -25,17 +24,6 @@ std::string Text(const Model& stack) {
   }
   return text;
 }
-
-class ByName : public IActionFilter {
- public:
-  explicit ByName(std::set<std::string> names) : m_names(std::move(names)) {}
-  bool IsActionMatched(IAction const* a, char const*) const override {
-    return m_names.count(dynamic_cast<HostAction const*>(a)->Name()) > 0;
-  }
-
- private:
-  std::set<std::string> m_names;
-};
 
 using ManagerModelTest = UndoTest;
 

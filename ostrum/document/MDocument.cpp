@@ -1,6 +1,7 @@
 #include "ostrum/document/MDocument.h"
 
 #include <cstdio>
+#include <cstring>
 #include <cwchar>
 #include <typeinfo>
 #include <vector>
@@ -15,6 +16,10 @@
 #include "ostrum/objects/ObserverWalk.h"
 #include "ostrum/operations/MOperation.h"
 #include "ostrum/operations/private/ObserverCollection.h"
+#include "ostrum/document/private/OperationWrapper.h"
+#include "ostrum/undo/IActionFilter.h"
+#include "ostrum/undo/Manager.h"
+#include "ostrum/undo/Transaction.h"
 
 MDocument* MDocument::mgp_doc_instance = nullptr;
 MDataBase* MDocument::mgp_database = nullptr;
@@ -25,25 +30,31 @@ uint32_t MDocument::mg_living_documents = 0;
 namespace {
 
 // The key of a temporary operation as its undo tag: radix 16, lower case, no prefix.
-void FormatTemporaryKey(uint32_t key, wchar_t (&buffer)[16]) {
-  std::swprintf(buffer, 16, L"%x", static_cast<unsigned>(key));
+void FormatTemporaryKey(uint32_t key, char (&buffer)[16]) {
+  std::snprintf(buffer, sizeof buffer, "%x", static_cast<unsigned>(key));
 }
+
+using Ostrum::Undo::Transaction;
+
+Transaction* AsTransaction(long long handle) { return reinterpret_cast<Transaction*>(static_cast<intptr_t>(handle)); }
 
 }  // namespace
 
 MDocument::MDocument() {
   mgp_doc_instance = this;
   m_doc_loaded = false;
-  m_undo_manager = nullptr;
   m_mouse_handler = nullptr;
   mgp_database = nullptr;
   MOperation::mgp_document = this;
+  m_undo_manager = new Ostrum::Undo::Manager;
   // The application has one repository at a time: the first living document makes it and the
   // last one to die deletes it, so documents alive together share one tree.
   if (mg_living_documents++ == 0 || !MTransformRepositoryEx::GetInstance()) MTransformRepositoryEx::CreateInstance();
 }
 
 MDocument::~MDocument() {
+  delete m_undo_manager;
+  m_undo_manager = nullptr;
   if (mgp_doc_instance == this) mgp_doc_instance = nullptr;
   // Operations sent after the document died must not reach it.
   if (MOperation::mgp_document == this) MOperation::mgp_document = nullptr;
@@ -60,11 +71,19 @@ bool MDocument::DoOperation(MOperation* operation, void* param) {
   return doer.Do();
 }
 
-bool MDocument::UndoOperation() { return false; }
+bool MDocument::UndoOperation() {
+  if (!m_undo_manager) return false;
+  m_undo_manager->Undo();
+  return true;
+}
 
 bool MDocument::PurgeUndoStack() { return false; }
 
-bool MDocument::RedoOperation() { return false; }
+bool MDocument::RedoOperation() {
+  if (!m_undo_manager) return false;
+  m_undo_manager->Redo();
+  return true;
+}
 
 MMainFrame* MDocument::GetMainFrame() {
   CWnd* window = AfxGetThread()->m_pMainWnd;
@@ -155,13 +174,24 @@ void MDocument::SetTitle(const wchar_t* title) {
   CDocument::SetTitle(text.c_str());
 }
 
-bool MDocument::CleanUpUndoHandler() { return true; }
+bool MDocument::CleanUpUndoHandler() {
+  if (m_undo_manager) m_undo_manager->Cleanup();
+  return true;
+}
 
-bool MDocument::IsUndoRedo() const { return false; }
+bool MDocument::IsUndoRedo() const {
+  return m_undo_manager && (m_undo_manager->IsUndoing() || m_undo_manager->IsRedoing());
+}
 
-long long MDocument::_BeginOperationGroup(const wchar_t*, const wchar_t*, bool no_group) {
-  if (no_group) return -1;
-  return -1;  // no undo manager to open a transaction in
+void MDocument::_MarkModified(const MOperation& operation) {
+  if (!operation.CausesDocumentChange() || !IsDocLoaded()) return;
+  SetModifiedFlag(true);
+  SetTitle(GetTitle());
+}
+
+long long MDocument::_BeginOperationGroup(const wchar_t* name, const char* tag, bool no_group) {
+  if (no_group || !m_undo_manager) return -1;
+  return static_cast<long long>(reinterpret_cast<intptr_t>(m_undo_manager->BeginTransaction(name, tag)));
 }
 
 long long MDocument::BeginOperationGroup(const wchar_t* name, bool no_group) {
@@ -169,34 +199,75 @@ long long MDocument::BeginOperationGroup(const wchar_t* name, bool no_group) {
 }
 
 long long MDocument::BeginTemporaryOperationGroup(const wchar_t* name, uint32_t key, bool no_group) {
-  wchar_t tag[16] = {};
+  char tag[16] = {};
   FormatTemporaryKey(key, tag);
   return _BeginOperationGroup(name, tag, no_group);
 }
 
+// The ends of a group: the caller's handle goes to -1 first, then the transaction behind the
+// old value ends. A stale handle finds no transaction and answers false.
 bool MDocument::EndOperationGroup(long long& handle) {
   if (handle == -1) return false;
+  Transaction* transaction = AsTransaction(handle);
   handle = -1;
-  return false;  // no transaction behind any handle without an undo manager
+  return transaction && transaction->Commit();
 }
 
 bool MDocument::AbortOperationGroup(long long& handle) {
   if (handle == -1) return false;
+  Transaction* transaction = AsTransaction(handle);
   handle = -1;
-  return false;
+  return transaction && transaction->Rollback();
 }
 
 bool MDocument::KillOperationGroup(long long& handle) {
   if (handle == -1) return false;
+  Transaction* transaction = AsTransaction(handle);
   handle = -1;
-  return false;
+  return transaction && transaction->Terminate();
 }
 
 uint32_t MDocument::GetUniqueTemporaryOperationKey() { return ++mg_temporary_key; }
 
-void MDocument::RemoveAllOperationsForObject(const IObject*) {}
+void MDocument::RemoveAllOperationsForObject(const IObject* object) {
+  // Matches the wrappers whose operation names the object.
+  class ActionFilterByObject : public Ostrum::Undo::IActionFilter {
+   public:
+    explicit ActionFilterByObject(const IObject* object) : m_object(object) {}
+    bool IsActionMatched(Ostrum::IAction const* action, char const*) const override {
+      auto* wrapper = dynamic_cast<_UndoRedo::OperationWrapper const*>(action);
+      if (!wrapper || !wrapper->GetOperation()) return false;
+      for (IObject* named : wrapper->GetOperation()->GetObjectList())
+        if (named == m_object) return true;
+      return false;
+    }
 
-void MDocument::RemoveTemporaryOperations(uint32_t) {}
+   private:
+    const IObject* m_object;
+  };
+  if (!m_undo_manager) return;
+  ActionFilterByObject filter(object);
+  m_undo_manager->ExtractUndoActions(nullptr, &filter);
+  m_undo_manager->ExtractRedoActions(nullptr, &filter);
+}
+
+void MDocument::RemoveTemporaryOperations(uint32_t key) {
+  // Matches the actions tagged with the key's text.
+  class Filter : public Ostrum::Undo::IActionFilter {
+   public:
+    explicit Filter(uint32_t key) { FormatTemporaryKey(key, m_key); }
+    bool IsActionMatched(Ostrum::IAction const*, char const* id) const override {
+      return id && std::strcmp(id, m_key) == 0;
+    }
+
+   private:
+    char m_key[16] = {};
+  };
+  if (!m_undo_manager) return;
+  Filter filter(key);
+  m_undo_manager->ExtractUndoActions(nullptr, &filter);
+  m_undo_manager->ExtractRedoActions(nullptr, &filter);
+}
 
 void MDocument::_UpdateObservers(const MOperation& operation) {
   boost::container::small_vector<IObserver*, 16> observers;

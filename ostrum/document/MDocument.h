@@ -165,8 +165,12 @@ class OSTRUM_API MDocument : public CDocument {
   static void _SetDataBasePointer(MDataBase* database) { mgp_database = database; }
   /// Observers of the operation's objects get Update, each once, over a copy.
   void _UpdateObservers(const MOperation& operation);
-  /// Begins the undo transaction of a group; -1 if `no_group` or there is no undo manager.
-  long long _BeginOperationGroup(const wchar_t* name, const wchar_t* tag, bool no_group);
+  /// Begins the undo transaction of a group under `tag`; -1 if `no_group` or there is no undo
+  /// manager.
+  long long _BeginOperationGroup(const wchar_t* name, const char* tag, bool no_group);
+  /// Sets the modified mark (and refreshes the title) for an operation that changes the
+  /// document, when the document tracks changes (it was loaded or saved).
+  void _MarkModified(const MOperation& operation);
 
   bool m_doc_loaded = false;
 

@@ -6,17 +6,27 @@
 #include <string>
 #include <vector>
 
+#include "ostrum/document/DeferredTaskManager.h"
 #include "ostrum/document/MLocker.h"
 #include "ostrum/document/MMainFrame.h"
 #include "ostrum/document/MView.h"
 #include "ostrum/foundation/platform/CWinThread.h"
+#include "ostrum/foundation/platform/MessageLoop.h"
 #include "ostrum/operations/IUIUpdate.h"
+#include "ostrum/undo/Manager.h"
 #include "ostrum/objects/MObject.h"
 #include "support/TestDocument.h"
 #include "support/TestObjects.h"
 #include "support/TestOperation.h"
 
 namespace {
+
+// Undo actions leaving the history are destroyed at idle time by the thread's deferred-task
+// session; the session outlives the document.
+struct DeferredSession {
+  DeferredSession() { Ostrum::DeferredTaskManager::StartDeferredTaskManagerSession(); }
+  ~DeferredSession() { Ostrum::DeferredTaskManager::EndDeferredTaskManagerSession(); }
+};
 
 // A loaded document titled "plan", objects `b` and `a`, an observer `o` of `a`, and the log they all
 // write into.
@@ -36,6 +46,7 @@ struct DocumentPipeline : testing::Test {
     return doc.DoOperation(op, param);
   }
 
+  DeferredSession session;
   CallLog log;
   OperationProbe probe{&log};
   TestDocument doc{&log};
@@ -52,6 +63,7 @@ const Calls kAsk = {"op._PrepareOperation", "b.Prepare", "a.Prepare"};
 const Calls kPrepare = {"op._PrepareOperation", "b.Prepare", "a.Prepare", "doc._PrepareOperation"};
 const Calls kDo = {"op._DoOperation", "b.Do", "a.Do", "doc._DoOperation"};
 const Calls kPublish = {"o.Update", "doc.DoUpdateUI"};
+const Calls kSave = {"b.SaveState(op)", "a.SaveState(op)"};  // into the undo file
 
 Calls Join(std::initializer_list<Calls> parts) {
   Calls all;
@@ -61,8 +73,9 @@ Calls Join(std::initializer_list<Calls> parts) {
 
 enum Outcome { kSucceeds, kFails, kThrows };
 
-// The stages an operation goes through, by its flags and by the answers it meets; on every way
-// out the document deletes the operation, once.
+// The stages an operation goes through, by its flags and by the answers it meets. On every way
+// out the operation is deleted once: by the document, or by the undo history that keeps an
+// undoable one until the history lets it go (then at idle time).
 struct PipelineRow {
   const char* name;
   uint32_t flags;
@@ -70,6 +83,7 @@ struct PipelineRow {
   Outcome outcome;
   bool modified;
   Calls calls;
+  bool kept_by_history = false;
 };
 
 void PrintTo(const PipelineRow& row, std::ostream* out) { *out << row.name; }
@@ -84,6 +98,12 @@ TEST_P(DocumentPipelineRows, RunsTheStagesInOrderAndDeletesTheOperation) {
     EXPECT_THROW(Send(), std::runtime_error);
   else
     EXPECT_EQ(Send(), row.outcome == kSucceeds);
+  if (row.kept_by_history) {
+    EXPECT_EQ(probe.destroyed, 0);
+    EXPECT_TRUE(doc.GetUndoManager()->CanUndo());
+    doc.CleanUpUndoHandler();
+  }
+  Ostrum::Desktop::RunUntilIdle();
   EXPECT_EQ(log, Join({row.calls, {"op.~"}}));
   EXPECT_EQ(probe.destroyed, 1);
   EXPECT_EQ(doc.IsModified(), row.modified);
@@ -96,11 +116,14 @@ TEST_P(DocumentPipelineRows, RunsTheStagesInOrderAndDeletesTheOperation) {
 
 const auto kThrow = [](auto&&...) { throw std::runtime_error("failed"); };
 const Calls kAll = Join({kPrepare, kDo, kPublish});
+const Calls kAllUndoable = Join({kPrepare, kSave, kDo, kPublish});
 
 const PipelineRow kRows[] = {
-    {"Default", 0x770008, nullptr, kSucceeds, true, kAll},
-    {"DefaultNotLoaded", 0x770008, [](Pipeline& t) { t.doc.SetDocLoaded(false); }, kSucceeds, false, kAll},
-    {"NoLogBitChangesNothing", 0x1770008, nullptr, kSucceeds, true, kAll},
+    {"Default", 0x770008, nullptr, kSucceeds, true, kAllUndoable, true},
+    {"DefaultNotLoaded", 0x770008, [](Pipeline& t) { t.doc.SetDocLoaded(false); }, kSucceeds, false, kAllUndoable,
+     true},
+    {"NoLogBitChangesNothing", 0x1770008, nullptr, kSucceeds, true, kAllUndoable, true},
+    {"NotUndoable", 0x750008, nullptr, kSucceeds, true, kAll},
     {"Refresh", 0x700000, nullptr, kSucceeds, false, kPublish},
     {"DoAndWindowsOnly", 0x340000, nullptr, kSucceeds, false, Join({kDo, {"doc.DoUpdateUI"}})},
     {"PrepareAndDoOnly", 0x50000, nullptr, kSucceeds, false, Join({kPrepare, kDo})},
@@ -108,7 +131,8 @@ const PipelineRow kRows[] = {
     {"FrameOnly", 0x100000, nullptr, kSucceeds, false, {"doc.DoUpdateUI"}},
     {"ViewsOnly", 0x200000, nullptr, kSucceeds, false, {"doc.DoUpdateUI"}},
     {"ChangeOnly", 0x8, nullptr, kSucceeds, true, {}},
-    {"UndoableButNotDone", 0x20000, nullptr, kSucceeds, false, {}},
+    // Undo state is written, but nothing is done: the step is dropped with the operation.
+    {"UndoableButNotDone", 0x20000, nullptr, kSucceeds, false, kSave},
     {"Nothing", 0, nullptr, kSucceeds, false, {}},
     // A refusal to prepare ends the operation before anything is done; every object is asked.
     {"ObjectRefusesPrepare", 0x770008, [](Pipeline& t) { t.b.prepare_answer = false; }, kFails, false, kAsk},
@@ -117,14 +141,16 @@ const PipelineRow kRows[] = {
     {"PlainObjectRefusesPrepare", 0x770008, [](Pipeline& t) { t.objects = {&t.plain, &t.a}; }, kFails, false,
      {"op._PrepareOperation", "a.Prepare"}},
     // A failure to do still publishes: the objects that did their share have changed.
-    {"ObjectFailsToDo", 0x770008, [](Pipeline& t) { t.b.do_answer = false; }, kFails, true, kAll},
-    {"DocumentFailsToDo", 0x770008, [](Pipeline& t) { t.doc.do_answer = false; }, kFails, true, kAll},
+    {"ObjectFailsToDo", 0x770008, [](Pipeline& t) { t.b.do_answer = false; }, kFails, true, kAllUndoable, true},
+    {"DocumentFailsToDo", 0x770008, [](Pipeline& t) { t.doc.do_answer = false; }, kFails, true, kAllUndoable,
+     true},
     {"PlainObjectFailsToDo", 0x40000, [](Pipeline& t) { t.objects = {&t.plain, &t.a}; }, kFails, false,
      {"op._DoOperation", "a.Do", "doc._DoOperation"}},
+    // An exception ends the open transaction: the registered step is dropped unperformed.
     {"ObjectThrows", 0x770008, [](Pipeline& t) { t.a.on_do = kThrow; }, kThrows, false,
-     Join({kPrepare, {"op._DoOperation", "b.Do", "a.Do"}})},
+     Join({kPrepare, kSave, {"op._DoOperation", "b.Do", "a.Do"}})},
     {"ObserverThrows", 0x770008, [](Pipeline& t) { t.o.on_update = kThrow; }, kThrows, true,
-     Join({kPrepare, kDo, {"o.Update"}})}};
+     Join({kPrepare, kSave, kDo, {"o.Update"}})}};
 
 INSTANTIATE_TEST_SUITE_P(Stages, DocumentPipelineRows, testing::ValuesIn(kRows),
                          [](const auto& info) { return std::string(info.param.name); });
@@ -133,8 +159,10 @@ TEST_F(DocumentPipeline, NestedOperationFromAnObjectRunsWholeInsideTheOuterOne) 
   OperationProbe inner_probe{&log};
   bool inner_result = false;
   objects = {&a};
+  flags = 0x750008;  // neither kept by the history, so both die in the call
   a.on_do = [&](MOperation&) {
     auto* inner = new TestOperation("inner", inner_probe);
+    inner->RemoveFlags(MOperation::FLAG_CAN_BE_UNDONE);
     inner->AddObject(&b);
     inner_result = inner->DoOperation(nullptr);  // through the document of operations
   };

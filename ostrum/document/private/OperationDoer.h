@@ -7,12 +7,13 @@
 
 class MDocument::_UndoRedo::OperationDoer {
  public:
-  OperationDoer(MDocument* document, MOperation* operation, void* param)
-      : m_document(document), m_operation(operation), m_param(param) {}
+  OperationDoer(MDocument* document, MOperation* operation, void* param);
   OperationDoer(const OperationDoer&) = delete;
   OperationDoer& operator=(const OperationDoer&) = delete;
   /// Discards the wrapper if it was never registered (it owns the operation), otherwise
-  /// deletes the operation if it is still held. The transaction is not touched.
+  /// deletes the operation if the doer still owns it. When an exception passes through, a
+  /// transaction still open is terminated: its actions are dropped unperformed and destroyed at
+  /// idle time, and the history does not stay inside a transaction nobody will end.
   ~OperationDoer();
 
   /// Runs every stage in order and answers the result of DoOperation.
@@ -43,4 +44,7 @@ class MDocument::_UndoRedo::OperationDoer {
   void* m_param;
   Ostrum::Undo::Transaction* m_transaction = nullptr;
   MDocument::_UndoRedo::OperationWrapper* m_wrapper = nullptr;
+  // False once the operation belongs to a wrapper, so that it is never deleted twice.
+  bool m_owns_operation = true;
+  int m_exceptions_at_start;
 };

@@ -48,10 +48,17 @@ bool Wrapper::StoreUndoState() {
 }
 
 void Wrapper::_Perform() {
-  if (m_undo_next)
-    _Undo();
-  else
-    _Redo();
+  // Once performed, the wrapper is its own: the manager drops an action that throws from here
+  // without touching it again, so it goes itself, and its files with it.
+  try {
+    if (m_undo_next)
+      _Undo();
+    else
+      _Redo();
+  } catch (...) {
+    Discard();
+    throw;
+  }
   m_undo_next = !m_undo_next;
   Ostrum::Undo::Manager* manager = m_document->GetUndoManager();
   if (manager && manager->IsUndoRegistrationEnabled())

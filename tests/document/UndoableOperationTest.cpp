@@ -1,0 +1,518 @@
+// Undoable operations through the document: the state files of each step, undo and redo of the
+// stock actions, groups and temporary steps, the disk budget, and what real faults of the undo
+// directory leave behind. Every test has an undo directory of its own, so its files can be
+// counted.
+
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <stdlib.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "ostrum/document/DeferredTaskManager.h"
+#include "ostrum/document/MLocker.h"
+#include "ostrum/foundation/core/MFile.h"
+#include "ostrum/foundation/platform/MessageLoop.h"
+#include "ostrum/operations/IUIUpdate.h"
+#include "ostrum/undo/MStreamUndo.h"
+#include "ostrum/undo/MUndoHandler.h"
+#include "ostrum/undo/Manager.h"
+#include "support/TestDocument.h"
+#include "support/TestObjects.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+struct DeferredSession {
+  DeferredSession() { Ostrum::DeferredTaskManager::StartDeferredTaskManagerSession(); }
+  ~DeferredSession() { Ostrum::DeferredTaskManager::EndDeferredTaskManagerSession(); }
+};
+
+// Its state is a label and a block of bytes, written to the undo streams; whether it is in the
+// model is the business of the add and remove hooks. It can be told to throw from either stream.
+class StateObject : public TestObject {
+ public:
+  StateObject(std::string name, CallLog* log, size_t size) : TestObject(std::move(name), log) {
+    for (size_t i = 0; i < size; ++i) bytes.push_back(static_cast<unsigned char>(i * 7));
+  }
+  struct State {
+    bool present;
+    std::wstring label;
+    std::vector<unsigned char> bytes;
+    bool operator==(const State&) const = default;
+  };
+  State Snap() const { return {present, label, bytes}; }
+
+  bool present = true;
+  std::wstring label = L"start";
+  std::vector<unsigned char> bytes;
+  bool throw_on_save = false, throw_on_load = false;
+  std::function<void()> on_undo;
+
+  using TestObject::LoadState;
+  using TestObject::SaveState;
+  bool DoOperation(MOperation& op) override {
+    TestObject::DoOperation(op);
+    switch (op.GetAction()) {
+      case MOperation::ACTION_CHANGE_LABEL:
+        label = op.GetLabel();
+        for (unsigned char& b : bytes) b = static_cast<unsigned char>(~b);
+        break;
+      case MOperation::ACTION_REVERSIBLE_FORWARD: bytes.push_back(0x55); break;
+      case MOperation::ACTION_REVERSIBLE_BACKWARD: bytes.pop_back(); break;
+      default: Presence(op);
+    }
+    return true;
+  }
+  bool UndoOperation(MOperation& op) override {
+    TestObject::UndoOperation(op);
+    if (on_undo) on_undo();
+    return Presence(op);
+  }
+  bool RedoOperation(MOperation& op) override { return TestObject::RedoOperation(op) && Presence(op); }
+  void SaveState(const MOperation* op, MStreamUndoOut& out) override {
+    TestObject::SaveState(op, out);
+    if (throw_on_save) throw std::runtime_error("save");
+    out << label << static_cast<long long>(bytes.size());
+    out.WriteBuffer(bytes.data(), static_cast<int>(bytes.size()));
+  }
+  void LoadState(const MOperation* op, MStreamUndoIn& in) override {
+    TestObject::LoadState(op, in);
+    if (throw_on_load) throw std::runtime_error("load");
+    long long size = 0;
+    in >> label >> size;
+    bytes.assign(static_cast<size_t>(size), 0);
+    in.GetMFile()->READ(bytes.data(), bytes.size());
+  }
+
+ private:
+  bool Presence(const MOperation& op) {
+    if (op.GetAction() == MOperation::ACTION_ADD) present = true;
+    if (op.GetAction() == MOperation::ACTION_REMOVE) present = false;
+    return true;
+  }
+};
+
+// Logs the document's undo hooks and, at each window update, the mark and the action then held.
+class UndoDocument : public TestDocument {
+ public:
+  explicit UndoDocument(CallLog* log) : TestDocument(log), m_log(log) {}
+  void DoUpdateUI(MOperation* op, void* param, uint32_t unused) override {
+    const char* mark = IUIUpdate::IsOperationBeingUndone()   ? "undone"
+                       : IUIUpdate::IsOperationBeingRedone() ? "redone"
+                                                             : "done";
+    LogCall(m_log, std::string("ui:") + mark + ":" + std::to_string(op->GetAction()));
+    MDocument::DoUpdateUI(op, param, unused);
+  }
+
+ protected:
+  bool _UndoOperation(uint32_t action, MOperation* op) override {
+    LogCall(m_log, "doc._UndoOperation(" + std::to_string(action) + ")");
+    return MDocument::_UndoOperation(action, op);
+  }
+  bool _RedoOperation(MOperation* op) override {
+    LogCall(m_log, "doc._RedoOperation");
+    return MDocument::_RedoOperation(op);
+  }
+
+ private:
+  CallLog* m_log;
+};
+
+// Per group from the top of a stack: the number of actions and their tags.
+struct HistoryAgent : Ostrum::Undo::IActionEnumAgent {
+  using IActionEnumAgent::OnAction;
+  void OnBeginGroup(wchar_t const*) override { groups.emplace_back(); }
+  void OnAction(Ostrum::IAction const*, char const* id) override { groups.back().push_back(id ? id : "(null)"); }
+  std::vector<std::vector<std::string>> groups;
+};
+
+MOperation* Op(uint32_t action, std::initializer_list<StateObject*> objects, const wchar_t* label = nullptr) {
+  auto* op = new MOperation(action);
+  if (label) op->ChangeLabel(label);
+  for (StateObject* object : objects) op->AddObject(object);
+  return op;
+}
+
+struct UndoableOperations : testing::Test {
+  UndoableOperations() {
+    char pattern[] = "/tmp/ostrum-undo-test-XXXXXX";
+    dir = mkdtemp(pattern);
+    SetDir(dir);
+    s.Attach(&o);
+    doc.SetDocLoaded(true);
+  }
+  ~UndoableOperations() override {
+    doc.CleanUpUndoHandler();
+    Ostrum::Desktop::RunUntilIdle();
+    MUndoHandler::SetUndoTempDir(L"");
+    MDocument::SetUndoDiskSpace(104857600);
+    fs::remove_all(dir);
+  }
+  static void SetDir(const fs::path& path) { MUndoHandler::SetUndoTempDir(path.wstring().c_str()); }
+  bool Do(MOperation* op) { return doc.DoOperation(op, nullptr); }
+  Ostrum::Undo::Manager& manager() { return *doc.GetUndoManager(); }
+  // Sizes of the files whose names start with `prefix`.
+  std::vector<uintmax_t> Files(const std::string& prefix) const {
+    std::vector<uintmax_t> sizes;
+    for (const auto& entry : fs::directory_iterator(dir))
+      if (entry.path().filename().string().rfind(prefix, 0) == 0) sizes.push_back(entry.file_size());
+    return sizes;
+  }
+  size_t FileCount() const { return Files("~varn_").size(); }
+  uintmax_t UndoBytes() const {
+    uintmax_t total = 0;
+    for (uintmax_t size : Files("~varn_undo")) total += size;
+    return total;
+  }
+  HistoryAgent Undos() {
+    HistoryAgent agent;
+    manager().EnumerateUndoActions(&agent, nullptr);
+    return agent;
+  }
+  HistoryAgent Redos() {
+    HistoryAgent agent;
+    manager().EnumerateRedoActions(&agent, nullptr);
+    return agent;
+  }
+
+  DeferredSession session;
+  fs::path dir;
+  CallLog log;
+  StateObject s{"s", &log, 4096}, t{"t", &log, 4096};
+  TestObject o{"o", &log};
+  UndoDocument doc{&log};
+};
+
+struct RoundTripRow {
+  const char* name;
+  uint32_t action;
+  bool undo_state, redo_state;  // whether each file holds state
+  Calls undo_calls, redo_calls;
+};
+void PrintTo(const RoundTripRow& row, std::ostream* out) { *out << row.name; }
+
+struct RoundTrip : UndoableOperations, testing::WithParamInterface<RoundTripRow> {};
+
+TEST_P(RoundTrip, UndoAndRedoRestoreTheStateByteForByte) {
+  const RoundTripRow& row = GetParam();
+  if (row.action == MOperation::ACTION_ADD) s.present = false;
+  const auto before = s.Snap();
+  MOperation* op = Op(row.action, {&s}, row.action == MOperation::ACTION_CHANGE_LABEL ? L"renamed" : nullptr);
+  op->AddFlags(MOperation::FLAG_NEEDS_UPDATE_OBSERVERS);
+  ASSERT_TRUE(Do(op));
+  const auto after = s.Snap();
+  ASSERT_NE(before, after);
+  ASSERT_EQ(Files("~varn_undo").size(), 1u);
+  EXPECT_EQ(Files("~varn_undo")[0] > 0, row.undo_state);
+  EXPECT_TRUE(Files("~varn_redo").empty());
+
+  log.clear();
+  doc.UndoOperation();
+  EXPECT_EQ(log, row.undo_calls);
+  EXPECT_EQ(s.Snap(), before);
+  ASSERT_EQ(Files("~varn_redo").size(), 1u);
+  EXPECT_EQ(Files("~varn_redo")[0] > 0, row.redo_state);
+  EXPECT_FALSE(manager().CanUndo());
+
+  log.clear();
+  doc.RedoOperation();
+  EXPECT_EQ(log, row.redo_calls);
+  EXPECT_EQ(s.Snap(), after);
+  // A second undo keeps the redo file written at the first.
+  doc.UndoOperation();
+  EXPECT_EQ(s.Snap(), before);
+  EXPECT_EQ(FileCount(), 2u);
+}
+
+const RoundTripRow kRoundTrips[] = {
+    {"Add", MOperation::ACTION_ADD, false, true,
+     {"s.SaveState(op)", "s.Undo", "doc._UndoOperation(0)", "o.Update", "ui:undone:1"},
+     {"s.LoadState(op)", "s.Redo", "doc._RedoOperation", "o.Update", "ui:redone:0"}},
+    {"Remove", MOperation::ACTION_REMOVE, true, false,
+     {"s.LoadState(op)", "s.Undo", "doc._UndoOperation(1)", "o.Update", "ui:undone:0"},
+     {"s.Redo", "doc._RedoOperation", "o.Update", "ui:redone:1"}},
+    {"Relabel", MOperation::ACTION_CHANGE_LABEL, true, true,
+     {"s.SaveState(op)", "s.LoadState(op)", "s.Undo", "doc._UndoOperation(4)", "o.Update", "ui:undone:4"},
+     {"s.LoadState(op)", "s.Redo", "doc._RedoOperation", "o.Update", "ui:redone:4"}},
+    // Undone by doing the reversed operation; neither file holds state.
+    {"Reversible", MOperation::ACTION_REVERSIBLE_FORWARD, false, false,
+     {"s.Do", "doc._DoOperation", "o.Update", "ui:done:6"},
+     {"s.Do", "doc._DoOperation", "o.Update", "ui:done:5"}},
+};
+INSTANTIATE_TEST_SUITE_P(Actions, RoundTrip, testing::ValuesIn(kRoundTrips),
+                         [](const auto& info) { return std::string(info.param.name); });
+
+TEST_F(UndoableOperations, OperationsDoneDuringAnUndoOrUnderTheLockLeaveNoStep) {
+  bool inner_result = false;
+  s.on_undo = [&] { inner_result = Do(Op(MOperation::ACTION_CHANGE_LABEL, {&t}, L"inner")); };
+  ASSERT_TRUE(Do(Op(MOperation::ACTION_CHANGE_LABEL, {&s}, L"outer")));
+  doc.UndoOperation();
+  EXPECT_TRUE(inner_result);
+  EXPECT_EQ(t.label, L"inner");
+  EXPECT_FALSE(manager().CanUndo());
+  EXPECT_EQ(Redos().groups.size(), 1u);
+  EXPECT_EQ(FileCount(), 2u);  // the outer step's undo and redo files only
+
+  s.on_undo = nullptr;
+  {
+    MLocker lock(doc.GetUndoLockCounter());
+    EXPECT_TRUE(Do(Op(MOperation::ACTION_CHANGE_LABEL, {&t}, L"locked")));
+  }
+  EXPECT_EQ(t.label, L"locked");
+  EXPECT_FALSE(manager().CanUndo());
+  EXPECT_EQ(FileCount(), 2u);
+}
+
+TEST_F(UndoableOperations, GroupUndoesAsOneStepAndAbortRollsBack) {
+  const auto s0 = s.Snap(), t0 = t.Snap();
+  long long group = doc.BeginOperationGroup(L"both", false);
+  ASSERT_NE(group, -1);
+  Do(Op(MOperation::ACTION_CHANGE_LABEL, {&s}, L"s1"));
+  Do(Op(MOperation::ACTION_REVERSIBLE_FORWARD, {&t}));
+  EXPECT_TRUE(doc.EndOperationGroup(group));
+  EXPECT_EQ(group, -1);
+  EXPECT_FALSE(doc.EndOperationGroup(group));
+  const auto s1 = s.Snap(), t1 = t.Snap();
+  doc.UndoOperation();
+  EXPECT_EQ(s.Snap(), s0);
+  EXPECT_EQ(t.Snap(), t0);
+  EXPECT_FALSE(manager().CanUndo());
+  doc.RedoOperation();
+  EXPECT_EQ(s.Snap(), s1);
+  EXPECT_EQ(t.Snap(), t1);
+
+  group = doc.BeginOperationGroup(L"aborted", false);
+  Do(Op(MOperation::ACTION_CHANGE_LABEL, {&s}, L"s2"));
+  Do(Op(MOperation::ACTION_CHANGE_LABEL, {&t}, L"t2"));
+  EXPECT_TRUE(doc.AbortOperationGroup(group));
+  EXPECT_EQ(s.Snap(), s1);
+  EXPECT_EQ(t.Snap(), t1);
+  EXPECT_EQ(Undos().groups.size(), 1u);
+  Ostrum::Desktop::RunUntilIdle();
+  EXPECT_EQ(FileCount(), 4u);  // the first group's two undo and two redo files
+
+  long long none = doc.BeginOperationGroup(L"none", true);
+  EXPECT_EQ(none, -1);
+  for (auto end : {&MDocument::EndOperationGroup, &MDocument::AbortOperationGroup, &MDocument::KillOperationGroup}) {
+    EXPECT_FALSE((doc.*end)(none));
+    EXPECT_EQ(none, -1);
+  }
+}
+
+TEST_F(UndoableOperations, TemporaryStepsGoByTheirKeyFromBothStacks) {
+  Do(Op(MOperation::ACTION_CHANGE_LABEL, {&s}, L"plain"));
+  long long group = doc.BeginTemporaryOperationGroup(L"drag", 255, false);
+  Do(Op(MOperation::ACTION_CHANGE_LABEL, {&s}, L"drag 1"));
+  Do(Op(MOperation::ACTION_CHANGE_LABEL, {&t}, L"drag 2"));
+  doc.EndOperationGroup(group);
+  for (uint32_t key : {0x1ffu, 255u, 0xfu}) {
+    MOperation* op = Op(MOperation::ACTION_REVERSIBLE_FORWARD, {&t});
+    op->SetTemporaryOperation(key);
+    Do(op);
+  }
+  using Groups = std::vector<std::vector<std::string>>;
+  EXPECT_EQ(Undos().groups, (Groups{{"f"}, {"ff"}, {"1ff"}, {"ff", "ff"}, {""}}));
+  doc.UndoOperation();
+  doc.UndoOperation();
+  doc.RemoveTemporaryOperations(255);
+  EXPECT_EQ(Undos().groups, (Groups{{"1ff"}, {""}}));
+  EXPECT_EQ(Redos().groups, (Groups{{"f"}}));
+  Ostrum::Desktop::RunUntilIdle();
+  EXPECT_EQ(FileCount(), 4u);  // three undo files, one redo file
+  const uint32_t key = MDocument::GetUniqueTemporaryOperationKey();
+  EXPECT_EQ(MDocument::GetUniqueTemporaryOperationKey(), key + 1);
+}
+
+TEST_F(UndoableOperations, RemoveAllOperationsForObjectTakesItsStepsFromBothStacks) {
+  Do(Op(MOperation::ACTION_CHANGE_LABEL, {&s}, L"s1"));
+  Do(Op(MOperation::ACTION_CHANGE_LABEL, {&t}, L"t1"));
+  Do(Op(MOperation::ACTION_CHANGE_LABEL, {&t, &s}, L"both"));
+  doc.UndoOperation();
+  doc.RemoveAllOperationsForObject(&s);
+  EXPECT_EQ(Undos().groups.size(), 1u);
+  EXPECT_FALSE(manager().CanRedo());
+  Ostrum::Desktop::RunUntilIdle();
+  EXPECT_EQ(FileCount(), 1u);
+  doc.UndoOperation();
+  EXPECT_EQ(t.label, L"start");
+}
+
+// Groups of two steps, each writing `bytes` of state (0: reversible steps with empty files),
+// then one more operation, before which the budget is enforced.
+using GroupBytes = const std::vector<long long>&;
+struct BudgetRow {
+  const char* name;
+  std::vector<size_t> groups;
+  long long (*budget)(long long total, GroupBytes group_bytes);
+  size_t kept;  // old groups left, the newest ones
+};
+void PrintTo(const BudgetRow& row, std::ostream* out) { *out << row.name; }
+struct Budget : UndoableOperations, testing::WithParamInterface<BudgetRow> {};
+
+TEST_P(Budget, TrimsWholeGroupsOldestFirst) {
+  const BudgetRow& row = GetParam();
+  std::vector<long long> group_bytes;
+  for (size_t bytes : row.groups) {
+    const long long before = static_cast<long long>(UndoBytes());
+    s.bytes.resize(bytes);
+    t.bytes.resize(bytes);
+    long long group = doc.BeginOperationGroup(L"group", false);
+    for (StateObject* object : {&s, &t})
+      Do(bytes ? Op(MOperation::ACTION_CHANGE_LABEL, {object}, std::to_wstring(group_bytes.size()).c_str())
+               : Op(MOperation::ACTION_REVERSIBLE_FORWARD, {object}));
+    doc.EndOperationGroup(group);
+    group_bytes.push_back(static_cast<long long>(UndoBytes()) - before);
+  }
+  MDocument::SetUndoDiskSpace(row.budget(static_cast<long long>(UndoBytes()), group_bytes));
+  Do(Op(MOperation::ACTION_REVERSIBLE_FORWARD, {&s}));
+  const auto groups = Undos().groups;
+  ASSERT_EQ(groups.size(), row.kept + 1);
+  for (size_t i = 1; i < groups.size(); ++i) EXPECT_EQ(groups[i].size(), 2u) << "group " << i;
+  Ostrum::Desktop::RunUntilIdle();
+  EXPECT_EQ(FileCount(), 2 * row.kept + 1);
+  // What is left undoes back to the state after the last removed group, not further.
+  while (manager().CanUndo()) doc.UndoOperation();
+  const size_t removed = row.groups.size() - row.kept;
+  EXPECT_EQ(s.label, removed ? std::to_wstring(removed - 1) : L"start");
+}
+
+const BudgetRow kBudgets[] = {
+    {"EqualToTheTotalTrimsNothing", {1000, 1000, 1000}, [](long long total, GroupBytes) { return total; }, 3},
+    {"OneByteOverTrimsTheOldestGroup", {1000, 1000, 1000}, [](long long total, GroupBytes) { return total - 1; }, 2},
+    {"TrimsUntilWithin", {1000, 1000, 3000}, [](long long, GroupBytes g) { return g[2] + 1; }, 1},
+    {"SingleGroupOverTheLimitGoes", {5000}, [](long long total, GroupBytes) { return total / 2; }, 0},
+    // Groups with empty files go only while something of the total is still over the budget.
+    {"ZeroRemovesEveryGroupWithAFile", {1000, 0, 1000, 0}, [](long long, GroupBytes) { return 0LL; }, 1},
+};
+INSTANTIATE_TEST_SUITE_P(Cases, Budget, testing::ValuesIn(kBudgets),
+                         [](const auto& info) { return std::string(info.param.name); });
+
+// Runs `check` in a child process and answers its exit code, -1 if it did not exit.
+int InChild(const std::function<int()>& check) {
+  const pid_t pid = fork();
+  if (pid == 0) _exit(check());
+  int status = 0;
+  waitpid(pid, &status, 0);
+  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+// A fault of the undo directory; the answer is a mask of the checks that failed.
+struct FaultRow {
+  const char* name;
+  void (*arrange)(UndoableOperations&);
+  bool in_child;  // the fault is a limit on the process: arranged and checked in a child
+};
+void PrintTo(const FaultRow& row, std::ostream* out) { *out << row.name; }
+struct Faults : UndoableOperations, testing::WithParamInterface<std::tuple<FaultRow, bool>> {
+  int Check(bool undo_once) {
+    int failed = 0;
+    const auto before = s.Snap();
+    MOperation* op = Op(MOperation::ACTION_CHANGE_LABEL, {&s}, L"changed");
+    if (undo_once) op->AddFlags(MOperation::FLAG_SHOULD_UNDO_ONCE);
+    const bool result = Do(op);
+    const auto after = s.Snap();
+    if (!undo_once) {
+      if (result) failed |= 1;
+      if (after != before) failed |= 2;
+      if (manager().CanUndo()) failed |= 4;
+    } else {
+      if (!result) failed |= 1;
+      if (after == before) failed |= 2;
+      doc.UndoOperation();  // nothing to load: quietly nothing, but the step moves
+      if (s.Snap() != after) failed |= 4;
+      if (manager().CanUndo() || !manager().CanRedo()) failed |= 8;
+      doc.RedoOperation();
+      if (s.Snap() != after || !manager().CanUndo()) failed |= 16;
+    }
+    Ostrum::Desktop::RunUntilIdle();
+    if (FileCount() != 0) failed |= 32;
+    return failed;
+  }
+};
+
+TEST_P(Faults, FailWithNothingChangedOrRunWithoutUndoData) {
+  const auto& [row, undo_once] = GetParam();
+  s.bytes.resize(64 * 1024);
+  const auto run = [&] {
+    row.arrange(*this);
+    return Check(undo_once);
+  };
+  const int failed = row.in_child ? InChild(run) : run();
+  EXPECT_EQ(failed, 0);
+  EXPECT_EQ(FileCount(), 0u);
+}
+
+const FaultRow kFaults[] = {
+    {"MissingDirectory", [](UndoableOperations& t) { t.SetDir(t.dir / "missing"); }, false},
+    {"DirectoryUnderAFile",
+     [](UndoableOperations& t) {
+       std::ofstream(t.dir / "plain") << "x";
+       t.SetDir(t.dir / "plain" / "sub");
+     },
+     false},
+    // Writes stop part-way at the process's file size limit.
+    {"FileSizeLimit",
+     [](UndoableOperations&) {
+       signal(SIGXFSZ, SIG_IGN);
+       const rlimit limit{4096, 4096};
+       setrlimit(RLIMIT_FSIZE, &limit);
+     },
+     true},
+};
+INSTANTIATE_TEST_SUITE_P(Undo, Faults, testing::Combine(testing::ValuesIn(kFaults), testing::Bool()),
+                         [](const auto& info) {
+                           return std::string(std::get<0>(info.param).name) +
+                                  (std::get<1>(info.param) ? "_UndoOnce" : "_Strict");
+                         });
+
+// Throws from the object's state streams during an undo: the exception reaches the caller, the
+// history is emptied and no file of its steps is left.
+struct ThrowingState : UndoableOperations, testing::WithParamInterface<bool StateObject::*> {};
+
+TEST_P(ThrowingState, EmptiesTheHistoryAndLeavesNoFile) {
+  Do(Op(MOperation::ACTION_CHANGE_LABEL, {&s}, L"one"));
+  Do(Op(MOperation::ACTION_CHANGE_LABEL, {&s}, L"two"));
+  doc.UndoOperation();
+  s.*GetParam() = true;
+  EXPECT_THROW(doc.UndoOperation(), std::runtime_error);
+  EXPECT_FALSE(manager().CanUndo());
+  EXPECT_FALSE(manager().CanRedo());
+  Ostrum::Desktop::RunUntilIdle();
+  EXPECT_EQ(FileCount(), 0u);
+  s.*GetParam() = false;
+  Do(Op(MOperation::ACTION_CHANGE_LABEL, {&s}, L"three"));
+  doc.UndoOperation();
+  EXPECT_EQ(s.label, L"one");
+}
+INSTANTIATE_TEST_SUITE_P(Streams, ThrowingState, testing::Values(&StateObject::throw_on_save, &StateObject::throw_on_load),
+                         [](const auto& info) { return std::string(info.index ? "Load" : "Save"); });
+
+TEST_F(UndoableOperations, NoFileOutlivesCleanUpOrTheDocument) {
+  auto second = std::make_unique<UndoDocument>(nullptr);
+  for (MDocument* document : {static_cast<MDocument*>(&doc), static_cast<MDocument*>(second.get())}) {
+    document->DoOperation(Op(MOperation::ACTION_CHANGE_LABEL, {&s}, L"a"), nullptr);
+    document->DoOperation(Op(MOperation::ACTION_REMOVE, {&t}), nullptr);
+    document->UndoOperation();
+  }
+  EXPECT_EQ(FileCount(), 6u);
+  EXPECT_TRUE(doc.CleanUpUndoHandler());
+  EXPECT_FALSE(manager().CanUndo());
+  Ostrum::Desktop::RunUntilIdle();
+  EXPECT_EQ(FileCount(), 3u);
+  second.reset();
+  Ostrum::Desktop::RunUntilIdle();
+  EXPECT_EQ(FileCount(), 0u);
+}
+
+}  // namespace

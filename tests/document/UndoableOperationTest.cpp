@@ -175,14 +175,12 @@ struct UndoableOperations : testing::Test {
     for (uintmax_t size : Files("~varn_undo")) total += size;
     return total;
   }
-  HistoryAgent Undos() {
+  HistoryAgent Undos() { return Walk(&Ostrum::Undo::Manager::EnumerateUndoActions); }
+  HistoryAgent Redos() { return Walk(&Ostrum::Undo::Manager::EnumerateRedoActions); }
+  template <typename Enumerate>
+  HistoryAgent Walk(Enumerate enumerate) {
     HistoryAgent agent;
-    manager().EnumerateUndoActions(&agent, nullptr);
-    return agent;
-  }
-  HistoryAgent Redos() {
-    HistoryAgent agent;
-    manager().EnumerateRedoActions(&agent, nullptr);
+    (manager().*enumerate)(&agent, nullptr);
     return agent;
   }
 

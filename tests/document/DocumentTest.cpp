@@ -46,9 +46,9 @@ struct DocumentPipeline : testing::Test {
     return doc.DoOperation(op, param);
   }
 
-  DeferredSession session;
   CallLog log;
   OperationProbe probe{&log};
+  DeferredSession session;  // outlives the document, and dies before what the operations log into
   TestDocument doc{&log};
   TestObject a{"a", &log}, b{"b", &log}, o{"o", &log};
   MObject plain;  // answers false wherever an answer is asked

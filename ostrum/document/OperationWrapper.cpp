@@ -24,9 +24,9 @@ Wrapper::~OperationWrapper() {
 }
 
 bool Wrapper::_CreateStateFile(MFileName& name, const wchar_t* prefix, MFile& file) {
+  // Made and opened in one step: the file is created exclusively and not opened a second time.
   const std::wstring directory = MUndoHandler::GetUndoTempDir().GET_DRIVE_DIR_PARTS(true);
-  if (!name.SET_TEMP_NAME(directory, prefix, nullptr, 65535, 0)) return false;
-  return file.OPEN_WRITE(name);
+  return file.OPEN_WRITE_TEMP(name, directory, prefix, nullptr, 65535);
 }
 
 bool Wrapper::StoreUndoState() {
@@ -43,7 +43,7 @@ bool Wrapper::StoreUndoState() {
     m_undo_file = MFileName();
     return false;
   }
-  m_undo_size = static_cast<uint32_t>(m_undo_file.FILE_SIZE());
+  m_undo_size = static_cast<uint32_t>(file.GET_WRITTEN());  // what is on disk after the close
   return true;
 }
 
@@ -78,7 +78,7 @@ void Wrapper::_Undo() {
         m_document->_SaveState(m_operation, out);
       }
       if (redo.CLOSE()) {
-        m_redo_size = static_cast<uint32_t>(m_redo_file.FILE_SIZE());
+        m_redo_size = static_cast<uint32_t>(redo.GET_WRITTEN());
       } else {
         // A redo file cut short by a full disk would restore half a state: redo finds none.
         m_redo_file.REMOVE();

@@ -47,13 +47,29 @@ bool MFile::OPEN_WRITE(const MFileName& name) {
   return _Open(name, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, Mode::Write);
 }
 
-bool MFile::_Open(const MFileName& name, int flags, Mode mode) {
-  if (m_fd >= 0 || name.IS_EMPTY()) return false;
+bool MFile::OPEN_WRITE_TEMP(MFileName& name, const std::wstring& directory, const wchar_t* prefix,
+                            const wchar_t* extension, std::uint32_t maximum) {
+  if (m_fd >= 0) return false;
+  const int fd = name._CreateTempFile(directory.c_str(), prefix, extension, maximum);
+  return fd >= 0 && _Adopt(fd, Mode::Write);
+}
+
+bool MFile::_Adopt(int fd, Mode mode) {
   if (m_capacity != 0 && !m_buffer) {
     m_buffer.reset(new (std::nothrow) unsigned char[m_capacity]);
     // Without memory for the buffer the file still works, only unbuffered.
     if (!m_buffer) m_capacity = 0;
   }
+  m_fd = fd;
+  m_mode = mode;
+  m_failed = false;
+  m_begin = m_end = 0;
+  m_written = 0;
+  return true;
+}
+
+bool MFile::_Open(const MFileName& name, int flags, Mode mode) {
+  if (m_fd >= 0 || name.IS_EMPTY()) return false;
   const std::string path = name.GET_NATIVE_PATH();
   int fd;
   do {
@@ -67,11 +83,7 @@ bool MFile::_Open(const MFileName& name, int flags, Mode mode) {
       return false;
     }
   }
-  m_fd = fd;
-  m_mode = mode;
-  m_failed = false;
-  m_begin = m_end = 0;
-  return true;
+  return _Adopt(fd, mode);
 }
 
 bool MFile::CLOSE() {
@@ -136,6 +148,7 @@ std::size_t MFile::_Write(const void* data, std::size_t count, std::size_t item_
   if (bytes <= m_capacity - m_end) {
     std::memcpy(m_buffer.get() + m_end, source, bytes);
     m_end += bytes;
+    m_written += static_cast<std::int64_t>(bytes);
     return count;
   }
   // The buffer is written out first so that the order of the bytes on disk stays the order of
@@ -144,9 +157,11 @@ std::size_t MFile::_Write(const void* data, std::size_t count, std::size_t item_
   if (bytes < m_capacity) {
     std::memcpy(m_buffer.get(), source, bytes);
     m_end = bytes;
+    m_written += static_cast<std::int64_t>(bytes);
     return count;
   }
   const std::size_t written = _WriteToSystem(source, bytes);
+  m_written += static_cast<std::int64_t>(written);
   if (written != bytes) m_failed = true;
   return written / item_size;
 }

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <string>
 
 #include "ostrum/Export.h"
 
@@ -43,6 +44,13 @@ class OSTRUM_API MFile {
   /// truncating it if it exists; an existing file keeps its permissions. False if the name is
   /// empty, the file cannot be created or opened, or this file is open already.
   bool OPEN_WRITE(const MFileName& name);
+  /// Makes a new temporary file as MFileName::SET_TEMP_NAME does (its name goes into `name`)
+  /// and opens it for writing in the same step, so it is not opened twice.
+  bool OPEN_WRITE_TEMP(MFileName& name, const std::wstring& directory, const wchar_t* prefix,
+                       const wchar_t* extension = nullptr, std::uint32_t maximum = 65535);
+  /// The bytes WRITE accepted since the file was opened for writing: the file's size once
+  /// CLOSE succeeded.
+  std::int64_t GET_WRITTEN() const { return m_written; }
   /// Writes what is buffered and closes the file. True when every byte that WRITE accepted
   /// since the open reached the system and the close succeeded; true also if nothing was open.
   bool CLOSE();
@@ -86,6 +94,7 @@ class OSTRUM_API MFile {
   enum class Mode { Closed, Read, Write };
 
   bool _Open(const MFileName& name, int flags, Mode mode);
+  bool _Adopt(int fd, Mode mode);
   std::size_t _Read(void* data, std::size_t count, std::size_t item_size);
   std::size_t _Write(const void* data, std::size_t count, std::size_t item_size);
   bool _FlushBuffer();
@@ -93,6 +102,7 @@ class OSTRUM_API MFile {
   std::size_t _ReadFromSystem(unsigned char* data, std::size_t size);
 
   int m_fd = -1;
+  std::int64_t m_written = 0;
   Mode m_mode = Mode::Closed;
   bool m_failed = false;
   std::size_t m_capacity;

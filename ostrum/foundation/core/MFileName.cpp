@@ -72,6 +72,14 @@ bool MFileName::SET_TEMP_NAME(const std::wstring& directory, const wchar_t* pref
 bool MFileName::SET_TEMP_NAME(const wchar_t* directory, const wchar_t* prefix,
                               const wchar_t* extension, std::uint32_t maximum,
                               std::uint32_t /*flags*/) {
+  const int fd = _CreateTempFile(directory, prefix, extension, maximum);
+  if (fd < 0) return false;
+  ::close(fd);
+  return true;
+}
+
+int MFileName::_CreateTempFile(const wchar_t* directory, const wchar_t* prefix, const wchar_t* extension,
+                               std::uint32_t maximum) {
   // Whatever happens below, a failed call must not leave an older name behind that a caller
   // who ignores the result would then open and overwrite.
   m_path.clear();
@@ -80,7 +88,7 @@ bool MFileName::SET_TEMP_NAME(const wchar_t* directory, const wchar_t* prefix,
   if (dir.empty()) {
     std::error_code error;
     std::filesystem::path temp = std::filesystem::temp_directory_path(error);
-    if (error) return false;
+    if (error) return -1;
     dir = CharacterSetConversions::FromUTF8(temp.native());
   }
   if (dir.back() != L'/') dir.push_back(L'/');
@@ -89,7 +97,7 @@ bool MFileName::SET_TEMP_NAME(const wchar_t* directory, const wchar_t* prefix,
   std::wstring ext = extension ? extension : L".tmp";
   if (!ext.empty() && ext.front() != L'.') ext.insert(ext.begin(), L'.');
   // The name must stay inside the directory.
-  if (stem.find(L'/') != std::wstring::npos || ext.find(L'/') != std::wstring::npos) return false;
+  if (stem.find(L'/') != std::wstring::npos || ext.find(L'/') != std::wstring::npos) return -1;
 
   const std::uint32_t tries = maximum != 0 ? maximum : kDefaultTempTries;
   for (std::uint32_t attempt = 0; attempt < tries; ++attempt) {
@@ -100,14 +108,13 @@ bool MFileName::SET_TEMP_NAME(const wchar_t* directory, const wchar_t* prefix,
       fd = ::open(native.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600);
     } while (fd < 0 && errno == EINTR);
     if (fd >= 0) {
-      ::close(fd);
       m_path = std::move(candidate);
-      return true;
+      return fd;
     }
     // Only a taken name is worth another try; a missing or closed directory stays so.
-    if (errno != EEXIST) return false;
+    if (errno != EEXIST) return -1;
   }
-  return false;
+  return -1;
 }
 
 std::wstring MFileName::GET_DRIVE_DIR_PARTS(bool with_separator) const {

@@ -47,6 +47,10 @@ class OSTRUM_API MFileName {
   bool SET_TEMP_NAME(const std::wstring& directory, const wchar_t* prefix,
                      const wchar_t* extension = nullptr, std::uint32_t maximum = 65535,
                      std::uint32_t flags = 0);
+  /// As SET_TEMP_NAME, but keeps the new file open: answers its descriptor, open for writing,
+  /// which the caller owns (MFile::OPEN_WRITE_TEMP takes it), or -1 on failure.
+  int _CreateTempFile(const wchar_t* directory, const wchar_t* prefix, const wchar_t* extension,
+                      std::uint32_t maximum);
 
   /// The directory part: everything up to the last '/'. With `with_separator` the '/' is kept
   /// (the form that SET_TEMP_NAME and concatenation want); without it, it is dropped except for

@@ -12,6 +12,9 @@ class HistoryWalkTest : public UndoTest {
  protected:
   void SetUp() override {
     UndoTest::SetUp();
+    Build();
+  }
+  void Build() {
     Step(L"A", {"a1", "a2"});
     Step(L"B", {"b1", "b2"});
     Step(L"C", {"c"});
@@ -76,9 +79,7 @@ TEST_F(HistoryWalkTest, AThrowingAgentOrFilterAtEachPoint) {
       }
       RunIdle();
       manager = std::make_unique<Manager>();
-      Step(L"A", {"a1", "a2"});
-      Step(L"B", {"b1", "b2"});
-      Step(L"C", {"c"});
+      Build();
     }
   }
 }

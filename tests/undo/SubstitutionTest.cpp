@@ -74,13 +74,27 @@ TEST_F(SubstitutionTest, AChainOfThreeIsPoppedThroughAnyOfItsManagers) {
     middle->Cleanup();
     front->Cleanup();
   }
-  // Shutdown through the bottom ends the front; destroying the bottom ends the rest.
+  // Shutdown through the bottom ends the front, which then ignores everything; destroying the
+  // bottom ends the rest.
   ASSERT_TRUE(middle->SubstituteManager(manager.get()));
   ASSERT_TRUE(front->SubstituteManager(middle.get()));
   StepOn(*manager, L"F", "f");
   manager->Shutdown();
-  EXPECT_TRUE(front->IsBusy()) << "the front manager was shut down";
   EXPECT_TRUE(manager->IsOnTopOfSubstitutionStack()) << "the others now forward to middle";
+  struct Kept : IAction {
+    ~Kept() override = default;
+    int calls = 0;
+    void _Perform() override { ++calls; }
+    void _Discard() override { ++calls; }
+  } kept;
+  EXPECT_TRUE(front->IsBusy());
+  EXPECT_FALSE(front->IsUndoing() || front->CanUndo() || front->IsUndoRegistrationEnabled());
+  front->Undo();
+  front->RegisterAction(&kept, "id");
+  EXPECT_EQ(front->BeginTransaction(L"t", nullptr), nullptr);
+  Manager other;
+  EXPECT_FALSE(front->SubstituteManager(&other) || other.SubstituteManager(front.get()));
+  EXPECT_EQ(kept.calls, 0) << "the action is neither performed nor disposed of";
   manager.reset();
   EXPECT_TRUE(middle->IsBusy());
 }
@@ -101,23 +115,6 @@ TEST_F(SubstitutionTest, TransferKeepsGroupsOrTakesOneTextAndRevertPerforms) {
   EXPECT_EQ(log, (Calls{"c", "b", "a", "t"}));
   EXPECT_TRUE(source.IsUndoRegistrationEnabled());
   EXPECT_EQ(Stacks(source), "undo  | redo ") << "what reverted actions register is lost";
-}
-
-TEST_F(SubstitutionTest, AManagerShutDownIgnoresEverything) {
-  struct Kept : IAction {
-    ~Kept() override = default;
-    int calls = 0;
-    void _Perform() override { ++calls; }
-    void _Discard() override { ++calls; }
-  } kept;
-  manager->Shutdown();
-  EXPECT_TRUE(manager->IsBusy());
-  EXPECT_FALSE(manager->IsUndoing() || manager->CanUndo() || manager->IsUndoRegistrationEnabled());
-  manager->Undo();
-  manager->RegisterAction(&kept, "id");
-  EXPECT_EQ(manager->BeginTransaction(L"t", nullptr), nullptr);
-  EXPECT_FALSE(manager->SubstituteManager(front.get()) || front->SubstituteManager(manager.get()));
-  EXPECT_EQ(kept.calls, 0) << "the action is neither performed nor disposed of";
 }
 
 }  // namespace

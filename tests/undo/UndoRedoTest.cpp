@@ -24,8 +24,7 @@ TEST_F(UndoRedoTest, AnActionThatRegistersNothingLeavesNoStepToRedo) {
   manager->RegisterAction(new RecordingAction("c", &log), nullptr);
   tx->Commit();
   manager->Undo();
-  EXPECT_FALSE(manager->CanRedo());
-  EXPECT_STREQ(manager->GetUndoActionString(), L"A");
+  EXPECT_EQ(Stacks(*manager), "undo [A: a] | redo ");
 }
 
 // Undo of the group [G: c b a], where b does something from inside its _Perform. Below it lies

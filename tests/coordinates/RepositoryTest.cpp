@@ -1,5 +1,5 @@
-// The repository's tree operations: parents, cloning, merging, import, and the listeners of
-// its deletion.
+// The repository's tree operations: cloning, merging, import, and the listeners of its
+// deletion.
 
 #include <gtest/gtest.h>
 
@@ -14,27 +14,6 @@
 namespace coordinates_test {
 namespace {
 
-TEST(TransformRepository, ParentsDependenceAndComparison) {
-  ProbeRepository rep;
-  MCoordinateSystem const& W = rep.GetAbsoluteWorld();
-  EXPECT_EQ(rep.GetNumberOfSystems(), 0u);
-  MCoordinateSystem a = rep.CreateNewSystem(Scale(2), W);
-  MCoordinateSystem b = rep.CreateNewSystem(Scale(3), a);
-  EXPECT_TRUE(rep.IsCoordinateSystemDefault(W));
-  EXPECT_FALSE(rep.IsCoordinateSystemDefault(a));
-  EXPECT_FALSE(rep.GetDependentCoordinateSystem(W).IsDefined());
-  EXPECT_EQ(rep.GetDependentCoordinateSystem(MCoordinateSystem()), W);
-  EXPECT_EQ(rep.GetDependentCoordinateSystem(b), a);
-  EXPECT_TRUE(rep.IsCoordinateSystemDependent(b, W));
-  EXPECT_FALSE(rep.IsCoordinateSystemDependent(a, b));
-  EXPECT_FALSE(rep.IsCoordinateSystemDependent(a, a));
-  EXPECT_TRUE(b.ChildOf(W, false));
-  EXPECT_FALSE(b.ChildOf(W, true));
-  EXPECT_FALSE(b.ChildOf(MCoordinateSystem(), false));
-  EXPECT_EQ(MCoordinateSystem(), MCoordinateSystem());
-  EXPECT_NE(MCoordinateSystem(), a);
-}
-
 TEST(TransformRepository, ClonesStandBesideOrdinarySystemsAndBelowDefaultOnes) {
   ProbeRepository rep;
   MCoordinateSystem const& W = rep.GetAbsoluteWorld();
@@ -45,18 +24,10 @@ TEST(TransformRepository, ClonesStandBesideOrdinarySystemsAndBelowDefaultOnes) {
   EXPECT_TRUE(NearMatrix(MatrixOf(rep.GetTransform(clone, a)), MatrixOf(Translation(1, 2, 3)), 0));
   EXPECT_EQ(clone.GetInternalSystem()->GetLabel(), L"cm") << "the inherited unit is written in";
   EXPECT_TRUE(clone.GetInternalSystem()->GetDontSave());
-  EXPECT_TRUE(rep.CloneSystem(a).GetInternalSystem()->IsMustSave());
 
   MCoordinateSystem below_world = rep.CloneSystem(W);
   EXPECT_EQ(below_world.GetInternalSystem()->GetTo(), W.GetInternalSystem());
   EXPECT_TRUE(below_world.GetInternalSystem()->GetTransform()->IsIdentity());
-  // Another judge of defaults, for which `a` is one.
-  struct AIsDefault : ICoordinateSystemDefault {
-    Node const* a;
-    bool IsCoordinateSystemDefault(MCoordinateSystem const& s) const override { return s.GetInternalSystem() == a; }
-  } judge;
-  judge.a = a.GetInternalSystem();
-  EXPECT_EQ(rep.CloneSystem(a, &judge).GetInternalSystem()->GetTo(), a.GetInternalSystem());
 }
 
 TEST(TransformRepository, MergingMovesTheChildrenWithoutMovingThemInSpace) {

@@ -83,13 +83,12 @@ TEST(DeferredTaskConcurrency, DiscardAndIsValidFromAnotherThreadWhileTheQueuesRu
         ADD_FAILURE() << "task " << i << " was not registered";
         break;
       }
-      const bool valid = handle->IsValid();
+      handle->IsValid();  // may already be stale: the owner can take the task in between
       if (handle->Discard()) {
         discards_won.fetch_add(1, std::memory_order_relaxed);
       } else {
         EXPECT_FALSE(handle->IsValid()) << "a handle that failed to discard stays spent";
       }
-      (void)valid;  // may already be stale: the owner can take the task in between
       attempts.fetch_add(1, std::memory_order_release);
     }
   });

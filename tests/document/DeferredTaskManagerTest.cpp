@@ -32,7 +32,6 @@ class DeferredTaskManagerTest : public ::testing::Test {
     Drain();
     DeferredTaskManager::StartDeferredTaskManagerSession();
     m_alive = RecordingAction::Alive();
-    m_start = GetTickCount();
   }
   void TearDown() override {
     DeferredTaskManager::EndDeferredTaskManagerSession();
@@ -62,16 +61,10 @@ class DeferredTaskManagerTest : public ::testing::Test {
   // The next idle run: the one-shot timer comes due 10 ms after it was set.
   void RunIdle() { Ostrum::Desktop::RunFor(10); }
   void PutInput() { ASSERT_TRUE(m_driver.InjectInput(nullptr, WM_KEYDOWN, 'I')); }
-  bool TimerSet() {
-    MSG msg;
-    m_driver.AdvanceClock(10);
-    return PeekMessageW(&msg, nullptr, WM_TIMER, WM_TIMER, PM_NOREMOVE);
-  }
 
   CallLog m_log;
   Ostrum::Desktop::HeadlessDriver m_driver;
   int m_alive = 0;
-  DWORD m_start = 0;
 };
 
 TEST_F(DeferredTaskManagerTest, PostedTasksRunInOneMessageByPriorityThenArrival) {
@@ -86,18 +79,13 @@ TEST_F(DeferredTaskManagerTest, PostedTasksRunInOneMessageByPriorityThenArrival)
 
   std::vector<MSG> posted = TakeRunPosted();
   ASSERT_EQ(posted.size(), 1u) << "one posted message serves the whole burst";
-  wchar_t name[64];
-  GetClassNameW(posted[0].hwnd, name, 64);
-  EXPECT_STREQ(name, L"OSTRUM_DTM_MessageOnlyWindowClass");
-  EXPECT_EQ(posted[0].message, WM_APP + 0x100);
-
   DispatchMessageW(&posted[0]);
   EXPECT_EQ(m_log, (Entries{"perform e0", "perform b1", "perform d1", "perform a5", "perform c5"}));
   EXPECT_FALSE(five->IsValid()) << "a handle finds nothing after its task ran";
   EXPECT_FALSE(five->Discard());
 }
 
-TEST_F(DeferredTaskManagerTest, APostedTaskRegisteredByAPostedTaskRunsInALaterMessage) {
+TEST_F(DeferredTaskManagerTest, ATaskRegisteredByARunWaitsForALaterRun) {
   Register("first", 1, 0, [this] { Register("second", 0); });
   Register("sibling", 2);
   std::vector<MSG> posted = TakeRunPosted();
@@ -108,6 +96,13 @@ TEST_F(DeferredTaskManagerTest, APostedTaskRegisteredByAPostedTaskRunsInALaterMe
   ASSERT_EQ(posted.size(), 1u) << "a second message was posted for it";
   DispatchMessageW(&posted[0]);
   EXPECT_EQ(m_log.back(), "perform second");
+
+  m_log.clear();
+  Register("outer", kIdle, 0, [this] { Register("inner", kIdle); });
+  RunIdle();
+  EXPECT_EQ(m_log, (Entries{"perform outer"}));
+  RunIdle();
+  EXPECT_EQ(m_log, (Entries{"perform outer", "perform inner"}));
 }
 
 TEST_F(DeferredTaskManagerTest, AHandleWorksOnceDiscardBeforeTheMessageArrives) {
@@ -147,12 +142,15 @@ TEST_F(DeferredTaskManagerTest, IdleTasksRunTenMillisecondsLaterOnAOneShotTimer)
   m_driver.AdvanceClock(1);  // 10 ms after the first idle task, whatever came later
   Ostrum::Desktop::PumpWaitingMessages();
   EXPECT_EQ(m_log, (Entries{"perform a", "perform b"}));
-  EXPECT_FALSE(TimerSet()) << "the handler killed the timer";
+  MSG msg;
+  m_driver.AdvanceClock(10);
+  EXPECT_FALSE(PeekMessageW(&msg, nullptr, WM_TIMER, WM_TIMER, PM_NOREMOVE)) << "the handler killed the timer";
 }
 
 TEST_F(DeferredTaskManagerTest, IdleRunYieldsToWaitingInputAndResumesWhenTheQueueHasDrained) {
   std::vector<DWORD> ticks;
-  auto note = [&] { ticks.push_back(GetTickCount() - m_start); };
+  const DWORD start = GetTickCount();
+  auto note = [&] { ticks.push_back(GetTickCount() - start); };
   Register("1", kIdle, 0, [&] {
     note();
     PutInput();  // the user presses a key while the first task runs
@@ -188,14 +186,6 @@ TEST_F(DeferredTaskManagerTest, IdleRunYieldsAlsoToPostedWorkAndDropsDiscardedEn
   EXPECT_EQ(m_log.size(), 4u);
 }
 
-TEST_F(DeferredTaskManagerTest, AnIdleTaskRegisteredByACompleteRunRunsLater) {
-  Register("outer", kIdle, 0, [this] { Register("inner", kIdle); });
-  RunIdle();
-  EXPECT_EQ(m_log, (Entries{"perform outer"}));
-  RunIdle();
-  EXPECT_EQ(m_log, (Entries{"perform outer", "perform inner"}));
-}
-
 TEST_F(DeferredTaskManagerTest, IdleTasksRegisteredByAnInterruptedRunAreNeverReached) {
   // Kept as the system behaves: the run that yields drops its own rest together with what its
   // tasks registered. The handles stay valid, and only their holders can still discard them.
@@ -218,40 +208,28 @@ TEST_F(DeferredTaskManagerTest, IdleTasksRegisteredByAnInterruptedRunAreNeverRea
   EXPECT_EQ(m_log, (Entries{"perform 1", "discard inner", "discard 2"}));
 }
 
-TEST_F(DeferredTaskManagerTest, ASecondStartKeepsTheFirstSession) {
-  Register("registered before", 1);
-  Register("idle before", kIdle);
-  DeferredTaskManager::StartDeferredTaskManagerSession();
-  Ostrum::Desktop::RunUntilIdle();
-  EXPECT_EQ(m_log, (Entries{"perform registered before", "perform idle before"}));
-}
-
-TEST_F(DeferredTaskManagerTest, EndingTheSessionDiscardsEverythingIdleFirst) {
+TEST_F(DeferredTaskManagerTest, EndingTheSessionDiscardsEverythingIdleFirstAndASecondStartKeepsIt) {
   Register("posted 3", 3);
   Register("idle a", kIdle);
+  DeferredTaskManager::StartDeferredTaskManagerSession();  // keeps the session and its queues
   Register("posted 1", 1);
   Register("idle b", kIdle, 0);
+  RecordingAction* orphan = Action("orphan");
+  DeferredTask* again = reinterpret_cast<DeferredTask*>(1);
+  DeferredTaskManager::RegisterTask(new RecordingAction("last", &m_log, {}, [&] {
+                                      again = DeferredTaskManager::RegisterTask(orphan, 1, 0);
+                                    }),
+                                    kIdle, 0);
   DeferredTaskManager::EndDeferredTaskManagerSession();
-  EXPECT_EQ(m_log, (Entries{"discard idle a", "discard idle b", "discard posted 1", "discard posted 3"}))
-     ;
+  EXPECT_EQ(m_log, (Entries{"discard idle a", "discard idle b", "discard last", "discard posted 1",
+                            "discard posted 3"}));
+  EXPECT_EQ(again, nullptr) << "what a discard registers at the end finds no session";
   EXPECT_EQ(Ostrum::Desktop::RunUntilIdle(), 0) << "the window is gone with its message and timer";
 
-  RecordingAction* kept = Action("kept");
-  EXPECT_EQ(DeferredTaskManager::RegisterTask(kept, 1, 0), nullptr) << "no session, no task";
-  EXPECT_EQ(m_log.size(), 4u) << "and the action stays with the caller";
-  kept->Discard();
-  DeferredTaskManager::EndDeferredTaskManagerSession();  // nothing to end: no effect
-}
-
-TEST_F(DeferredTaskManagerTest, WhatADiscardRegistersAtTheEndFindsNoSession) {
-  DeferredTask* again = reinterpret_cast<DeferredTask*>(1);
-  RecordingAction* orphan = Action("orphan");
-  auto* action = new RecordingAction("last", &m_log, {},
-                                     [&] { again = DeferredTaskManager::RegisterTask(orphan, 1, 0); });
-  DeferredTaskManager::RegisterTask(action, kIdle, 0);
-  DeferredTaskManager::EndDeferredTaskManagerSession();
-  EXPECT_EQ(again, nullptr);
+  EXPECT_EQ(DeferredTaskManager::RegisterTask(orphan, 1, 0), nullptr) << "no session, no task";
+  EXPECT_EQ(m_log.size(), 5u) << "and the action stays with the caller";
   orphan->Discard();
+  DeferredTaskManager::EndDeferredTaskManagerSession();  // nothing to end: no effect
 }
 
 TEST_F(DeferredTaskManagerTest, ATaskThatEndsTheSessionLeavesTheRestDiscarded) {

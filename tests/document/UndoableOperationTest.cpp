@@ -299,13 +299,6 @@ TEST_F(UndoableOperations, GroupUndoesAsOneStepAndAbortRollsBack) {
   EXPECT_EQ(Undos().groups.size(), 1u);
   Ostrum::Desktop::RunUntilIdle();
   EXPECT_EQ(FileCount(), 4u);  // the first group's two undo and two redo files
-
-  long long none = doc.BeginOperationGroup(L"none", true);
-  EXPECT_EQ(none, -1);
-  for (auto end : {&MDocument::EndOperationGroup, &MDocument::AbortOperationGroup, &MDocument::KillOperationGroup}) {
-    EXPECT_FALSE((doc.*end)(none));
-    EXPECT_EQ(none, -1);
-  }
 }
 
 TEST_F(UndoableOperations, TemporaryStepsGoByTheirKeyFromBothStacks) {
@@ -328,8 +321,6 @@ TEST_F(UndoableOperations, TemporaryStepsGoByTheirKeyFromBothStacks) {
   EXPECT_EQ(Redos().groups, (Groups{{"f"}}));
   Ostrum::Desktop::RunUntilIdle();
   EXPECT_EQ(FileCount(), 4u);  // three undo files, one redo file
-  const uint32_t key = MDocument::GetUniqueTemporaryOperationKey();
-  EXPECT_EQ(MDocument::GetUniqueTemporaryOperationKey(), key + 1);
 }
 
 TEST_F(UndoableOperations, RemoveAllOperationsForObjectTakesItsStepsFromBothStacks) {

@@ -48,7 +48,6 @@ using Taken = std::vector<std::pair<UINT, WPARAM>>;
 
 TEST_F(MessageQueueTest, PostedMessagesKeepTheirOrderAndShowInTheStatus) {
   EXPECT_EQ(GetQueueStatus(QS_ALLEVENTS), 0u);
-  EXPECT_EQ(QS_ALLEVENTS, 0x4BFu);
   for (WPARAM i = 1; i <= 3; ++i) ASSERT_TRUE(PostMessageW(m_hwnd, WM_APP + 1, i, 0));
   // Waiting now (high word) and arrived since the last look (low word); the second look finds
   // nothing new.

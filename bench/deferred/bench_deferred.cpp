@@ -29,11 +29,7 @@ class CountingTask : public Ostrum::IAction {
   void _Discard() override {}
 };
 
-class SessionScope {
- public:
-  SessionScope() { Ostrum::DeferredTaskManager::StartDeferredTaskManagerSession(); }
-  ~SessionScope() { Ostrum::DeferredTaskManager::EndDeferredTaskManagerSession(); }
-};
+using SessionScope = Ostrum::DeferredTaskManager::ScopedSession;
 
 void Check(benchmark::State& state, const CountingTask& task) {
   if (task.performed != static_cast<long>(state.iterations()) * kTasks) state.SkipWithError("tasks were lost");

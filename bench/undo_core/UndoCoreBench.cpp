@@ -49,10 +49,7 @@ class TrivialCommand : public QUndoCommand {
 };
 
 // The deferred discard needs a session; disposal of the history runs outside the timing.
-struct Session {
-  Session() { Ostrum::DeferredTaskManager::StartDeferredTaskManagerSession(); }
-  ~Session() { Ostrum::DeferredTaskManager::EndDeferredTaskManagerSession(); }
-};
+using Session = Ostrum::DeferredTaskManager::ScopedSession;
 
 void Register(Manager& manager, int actions, int group) {
   for (int i = 0; i < actions; i += group) {

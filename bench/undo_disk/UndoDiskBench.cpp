@@ -62,10 +62,7 @@ class BlockObject : public MObject {
   }
 };
 
-struct Session {
-  Session() { Ostrum::DeferredTaskManager::StartDeferredTaskManagerSession(); }
-  ~Session() { Ostrum::DeferredTaskManager::EndDeferredTaskManagerSession(); }
-};
+using Session = Ostrum::DeferredTaskManager::ScopedSession;
 
 bool DoChange(BlockObject& object) {
   auto* op = new MOperation(MOperation::ACTION_CHANGE_LABEL);

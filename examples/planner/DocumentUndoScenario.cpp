@@ -12,6 +12,7 @@
 #include "PlannerModel.h"
 #include "PlannerTrace.h"
 #include "ostrum/document/DeferredTaskManager.h"
+#include "ostrum/foundation/core/CharacterSetConversions.h"
 #include "ostrum/foundation/platform/MessageLoop.h"
 #include "ostrum/undo/MUndoHandler.h"
 #include "ostrum/undo/Manager.h"
@@ -21,8 +22,6 @@ namespace planner {
 namespace {
 
 namespace fs = std::filesystem;
-
-std::wstring Widen(const std::string& text) { return std::wstring(text.begin(), text.end()); }
 
 std::wstring Point(const MMPoint3d<double>& p) {
   wchar_t buffer[96];
@@ -42,7 +41,8 @@ void ShowFiles(const fs::path& directory, const std::wstring& when) {
   Trace(L"undo files " + when + L": " + std::to_wstring(files.size()) + L" files, " + std::to_wstring(total) +
         L" bytes");
   TraceScope scope;
-  for (const auto& [name, size] : files) Trace(Widen(name) + L"  " + std::to_wstring(size) + L" bytes");
+  for (const auto& [name, size] : files)
+    Trace(CharacterSetConversions::FromUTF8(name) + L"  " + std::to_wstring(size) + L" bytes");
 }
 
 // Actions leaving the history are destroyed at idle time; their files go with them.
@@ -71,10 +71,10 @@ void RunDocumentUndoScenario() {
     return;
   }
   const fs::path directory = pattern;
-  MUndoHandler::SetUndoTempDir(Widen(directory.string()).c_str());
-  Ostrum::DeferredTaskManager::StartDeferredTaskManagerSession();
+  MUndoHandler::SetUndoTempDir(CharacterSetConversions::FromUTF8(directory.string()).c_str());
   const bool tracing = HookTracing();
   SetHookTracing(false);
+  Ostrum::DeferredTaskManager::StartDeferredTaskManagerSession();
   {
     PlannerDocument doc;
     doc.MarkLoaded();
@@ -83,7 +83,7 @@ void RunDocumentUndoScenario() {
     PlanObject* screw = doc.Make(L"Screw", L"screw 1", 3 * 65536);
 
     Heading(L"undo files: done, undone, redone");
-    Trace(L"undo directory " + Widen(directory.string()));
+    Trace(L"undo directory " + CharacterSetConversions::FromUTF8(directory.string()));
     auto* rename = new PlannerOperation(MOperation::ACTION_NONE);
     rename->ChangeLabel(L"implant A, 4.5 mm");
     rename->AddObject(implant);

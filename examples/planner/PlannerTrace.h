@@ -19,7 +19,4 @@ class TraceScope {
   TraceScope& operator=(const TraceScope&) = delete;
 };
 
-/// Narrow text for a wide string (the console is UTF-8).
-std::string Narrow(const std::wstring& text);
-
 }  // namespace planner

@@ -2,20 +2,6 @@
 
 #include "ostrum/foundation/geometry/MMTransformMatrix.h"
 
-namespace {
-
-// T(center) * m * T(-center): m with `center` as its fixed point.
-MMTransformMatrix AboutCenter(MMTransformMatrix m, MMPoint3d<double> const& center) {
-  MMTransformMatrix to_origin, back;
-  to_origin.MakeTranslation(-center);
-  back.MakeTranslation(center);
-  m *= to_origin;
-  m.PreMultiply(back);
-  return m;
-}
-
-}  // namespace
-
 ITransformable::~ITransformable() = default;
 
 void ITransformable::Translate(MMPoint3d<double> d) {
@@ -37,14 +23,16 @@ void ITransformable::Rotate(MMPoint3d<double> const& center, double x, double y,
   if (!CanRotate()) return;
   MMTransformMatrix r;
   r.MakeRotationZYX(x, y, z);
-  Transform(AboutCenter(r, center));
+  r.SetRotationCenter(center);
+  Transform(r);
 }
 
 void ITransformable::Rescale(MMPoint3d<double> const& center, double sx, double sy, double sz) {
   if (!CanRescale()) return;
   MMTransformMatrix s;
   s.MakeScale3D(sx, sy, sz);
-  Transform(AboutCenter(s, center));
+  s.SetRotationCenter(center);
+  Transform(s);
 }
 
 void ITransformable::Mirror(MMPlaneEq<double> const&) {}

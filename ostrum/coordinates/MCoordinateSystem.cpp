@@ -18,6 +18,15 @@ MCoordinateSystem const& SourceSystem(MTransformRepository const& repository,
   return application ? application->GetSystemMm() : repository.GetAbsoluteWorld();
 }
 
+// The transform from `source` into `target` through the process-wide repository; null when
+// there is none, and the conversion then leaves its input as it is.
+MMTransform const* TransformToThis(MCoordinateSystem const& target, ICoordinateSystem const* source,
+                                   bool undefined_is_mm) {
+  MTransformRepository const* repository = MTransformRepository::GetInstance();
+  if (!repository) return nullptr;
+  return &repository->GetTransform(SourceSystem(*repository, source, undefined_is_mm), target);
+}
+
 }  // namespace
 
 bool MCoordinateSystem::ChildOf(MCoordinateSystem const& parent, bool direct) const {
@@ -80,28 +89,24 @@ void MCoordinateSystem::Rescale(MMPoint3d<double> center, float sx, float sy, fl
 void MCoordinateSystem::GetPoint3dCoordinateSystemToThis(MMPoint3d<double>& out,
                                                          MMPoint3d<double> const& in,
                                                          ICoordinateSystem const* source) const {
-  MTransformRepository const* repository = MTransformRepository::GetInstance();
-  if (!repository) {
+  if (MMTransform const* t = TransformToThis(*this, source, false))
+    t->Transform(out, in);
+  else
     out = in;
-    return;
-  }
-  MMTransform const& t = repository->GetTransform(SourceSystem(*repository, source, false), *this);
-  t.Transform(out, in);
 }
 
 void MCoordinateSystem::GetVector3dCoordinateSystemToThis(MMPoint3d<double>& out,
                                                           MMPoint3d<double> const& in,
                                                           ICoordinateSystem const* source) const {
-  MTransformRepository const* repository = MTransformRepository::GetInstance();
-  if (!repository) {
+  MMTransform const* t = TransformToThis(*this, source, true);
+  if (!t) {
     out = in;
     return;
   }
-  MMTransform const& t = repository->GetTransform(SourceSystem(*repository, source, true), *this);
   // The image of the vector's tip less that of the origin: the translation cancels, a scale or
   // a projection stays.
   MMPoint3d<double> tip, origin;
-  t.Transform(tip, in);
-  t.Transform(origin, MMPoint3d<double>());
+  t->Transform(tip, in);
+  t->Transform(origin, MMPoint3d<double>());
   out = tip - origin;
 }

@@ -139,12 +139,8 @@ void MTransformRepository::Import(MTransformRepository& other) {
 }
 
 bool MTransformRepository::Sanity() const {
-  Node const* const root = m_absolute_world.GetInternalSystem();
-  for (Node const* node : m_systems) {
-    int steps = 0;
-    for (Node const* p = node; p && p != root && steps < kMaxDepth; p = p->GetTo()) ++steps;
-    if (steps == kMaxDepth) return false;
-  }
+  for (Node const* node : m_systems)
+    if (!_PathToWorld(m_walk_from, node)) return false;
   return true;
 }
 

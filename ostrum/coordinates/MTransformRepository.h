@@ -205,6 +205,9 @@ class OSTRUM_API MTransformRepository : public ISAXPersist, public ICoordinateSy
   // The same, also setting `reversed` to the first slot of (to, from), or kCacheSize.
   OSTRUM_LOCAL std::int16_t _FindEitherWay(Node const* from, Node const* to, std::int16_t& reversed) const;
   OSTRUM_LOCAL void _MoveToTop(std::int16_t slot) const;
+  // Stores `t` for a pair not cached in the slot "cache next" names and advances it; answers
+  // the slot.
+  OSTRUM_LOCAL std::int16_t _StoreAtNext(Node const* from, Node const* to, MMTransform* t) const;
   // Composes the transform of a pair that is not cached and stores it; answers its slot.
   OSTRUM_LOCAL std::int16_t _ComputeIntoCache(Node const* from, Node const* to) const;
   OSTRUM_LOCAL bool _PathToWorld(Path& path, Node const* node) const;

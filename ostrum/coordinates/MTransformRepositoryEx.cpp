@@ -5,21 +5,17 @@
 #include "ostrum/foundation/geometry/MMTransformMatrix.h"
 
 MTransformRepositoryEx::MTransformRepositoryEx() {
-  m_load_flag = false;
   _SetAbsoluteWorldUnit(L"stl units");
-  m_system_stl = GetAbsoluteWorld();
   MMTransformMatrix scale;
   scale.MakeScale1D(MUnit::GetIE());
-  m_system_mm = CreateNewSystem(scale, m_system_stl, L"mm");
+  m_system_mm = CreateNewSystem(scale, GetAbsoluteWorld(), L"mm");
   m_system_ui = CreateNewSystem(MMTransformMatrix(), m_system_mm, L"ui");
-  m_inch = false;
   _SetVersionLatest();
 }
 
 MTransformRepositoryEx::~MTransformRepositoryEx() {
   m_resolved.clear();
   m_system_ui.SetUndefined();
-  m_system_stl.SetUndefined();
   m_system_mm.SetUndefined();
 }
 
@@ -40,8 +36,7 @@ MTransformRepositoryEx* MTransformRepositoryEx::GetInstance() {
 }
 
 bool MTransformRepositoryEx::IsCoordinateSystemDefault(MCoordinateSystem const& system) const {
-  return system == GetAbsoluteWorld() || system == m_system_mm || system == m_system_ui ||
-         system == m_system_stl;
+  return system == GetAbsoluteWorld() || system == m_system_mm || system == m_system_ui;
 }
 
 void MTransformRepositoryEx::SetDependentCoordinateSystem(MCoordinateSystem const& system,
@@ -69,12 +64,8 @@ void MTransformRepositoryEx::_SetGUIUnit(bool inch) {
   SetUnit(m_system_ui, inch ? L"inch" : L"mm");
   MMTransformMatrix scale;
   scale.MakeScale1D(inch ? 25.4 : 1.0);
-  // Written through AccessTransform, which empties the cache; a loaded system UI whose
-  // transform is no matrix gets a matrix.
-  if (MMTransformMatrix* own = AccessTransformMatrix(m_system_ui))
-    *own = scale;
-  else
-    ReplaceTransform(scale, m_system_ui);
+  // Replaced whatever kind the transform is (a loaded one may be no matrix); empties the cache.
+  ReplaceTransform(scale, m_system_ui);
 }
 
 void MTransformRepositoryEx::SetGUIUnitMm() { _SetGUIUnit(false); }
@@ -82,9 +73,9 @@ void MTransformRepositoryEx::SetGUIUnitMm() { _SetGUIUnit(false); }
 void MTransformRepositoryEx::SetGUIUnitInch() { _SetGUIUnit(true); }
 
 std::int32_t MTransformRepositoryEx::GetSystemUIToStl() const {
-  return static_cast<std::int32_t>(GetTransformMatrix(m_system_ui, m_system_stl).GetScale());
+  return static_cast<std::int32_t>(GetTransformMatrix(m_system_ui, GetAbsoluteWorld()).GetScale());
 }
 
 std::int32_t MTransformRepositoryEx::GetSystemMmToStl() const {
-  return static_cast<std::int32_t>(GetTransformMatrix(m_system_mm, m_system_stl).GetScale());
+  return static_cast<std::int32_t>(GetTransformMatrix(m_system_mm, GetAbsoluteWorld()).GetScale());
 }

@@ -30,7 +30,8 @@ class OSTRUM_API MTransformRepositoryEx : public MTransformRepository {
   ~MTransformRepositoryEx() override;
 
   MCoordinateSystem const& GetSystemMm() const { return m_system_mm; }
-  MCoordinateSystem const& GetSystemStl() const { return m_system_stl; }
+  /// System STL is the absolute world.
+  MCoordinateSystem const& GetSystemStl() const { return GetAbsoluteWorld(); }
   MCoordinateSystem const& GetSystemUI() const { return m_system_ui; }
   /// The system of the 3D windows and cameras: the millimetre system.
   MCoordinateSystem const& GetSystemRenderWorld() const { return m_system_mm; }
@@ -88,7 +89,6 @@ class OSTRUM_API MTransformRepositoryEx : public MTransformRepository {
   bool m_load_flag = false;
   bool m_inch = false;
   MCoordinateSystem m_system_mm;
-  MCoordinateSystem m_system_stl;
   MCoordinateSystem m_system_ui;
   std::uint8_t m_version_minor = 0;
   std::uint8_t m_version_major = 1;

@@ -89,11 +89,8 @@ std::int16_t MTransformRepository::_ComputeIntoCache(Node const* from, Node cons
     delete second;
   }
 
-  // 3. The pair is known not to be cached: it goes where "cache next" points.
-  std::int16_t const slot = static_cast<std::int16_t>(m_cache_next);
-  m_cache[slot].SetEntry(from, to, result);
-  if (++m_cache_next == kCacheSize) m_cache_next = kCacheSize - 1;
-  return slot;
+  // 3. The pair is known not to be cached.
+  return _StoreAtNext(from, to, result);
 }
 
 // --- the cache ---
@@ -129,12 +126,16 @@ bool MTransformRepository::_CanGetTransformFromCache(std::int16_t& slot, MCoordi
 std::int16_t MTransformRepository::_AddTransformToCache(MCoordinateSystem const& from,
                                                         MCoordinateSystem const& to,
                                                         MMTransform* t) const {
-  std::int16_t slot = _FindInCache(from.GetInternalSystem(), to.GetInternalSystem());
+  std::int16_t const slot = _FindInCache(from.GetInternalSystem(), to.GetInternalSystem());
   if (slot != kCacheSize) {
     if (t != m_cache[slot].m_transform) delete t;
     return slot;
   }
-  slot = static_cast<std::int16_t>(m_cache_next);
+  return _StoreAtNext(from.GetInternalSystem(), to.GetInternalSystem(), t);
+}
+
+std::int16_t MTransformRepository::_StoreAtNext(Node const* from, Node const* to, MMTransform* t) const {
+  std::int16_t const slot = static_cast<std::int16_t>(m_cache_next);
   m_cache[slot].SetEntry(from, to, t);
   if (++m_cache_next == kCacheSize) m_cache_next = kCacheSize - 1;
   return slot;

@@ -34,6 +34,16 @@ class OSTRUM_API DeferredTaskManager {
   /// it performs or discards it, exactly once. Null, leaving the action with the caller, if
   /// the thread has no session or the action is null.
   static DeferredTask* RegisterTask(IAction* action, unsigned int priority, unsigned int timeout);
+
+  /// Starts the calling thread's session for the life of the scope and ends it afterwards (also
+  /// a session the thread had before).
+  class ScopedSession {
+   public:
+    ScopedSession() { StartDeferredTaskManagerSession(); }
+    ~ScopedSession() { EndDeferredTaskManagerSession(); }
+    ScopedSession(const ScopedSession&) = delete;
+    ScopedSession& operator=(const ScopedSession&) = delete;
+  };
 };
 
 }  // namespace Ostrum

@@ -204,28 +204,24 @@ long long MDocument::BeginTemporaryOperationGroup(const wchar_t* name, uint32_t 
   return _BeginOperationGroup(name, tag, no_group);
 }
 
+namespace {
+
 // The ends of a group: the caller's handle goes to -1 first, then the transaction behind the
 // old value ends. A stale handle finds no transaction and answers false.
-bool MDocument::EndOperationGroup(long long& handle) {
+bool EndGroup(long long& handle, bool (Transaction::*end)()) {
   if (handle == -1) return false;
   Transaction* transaction = AsTransaction(handle);
   handle = -1;
-  return transaction && transaction->Commit();
+  return transaction && (transaction->*end)();
 }
 
-bool MDocument::AbortOperationGroup(long long& handle) {
-  if (handle == -1) return false;
-  Transaction* transaction = AsTransaction(handle);
-  handle = -1;
-  return transaction && transaction->Rollback();
-}
+}  // namespace
 
-bool MDocument::KillOperationGroup(long long& handle) {
-  if (handle == -1) return false;
-  Transaction* transaction = AsTransaction(handle);
-  handle = -1;
-  return transaction && transaction->Terminate();
-}
+bool MDocument::EndOperationGroup(long long& handle) { return EndGroup(handle, &Transaction::Commit); }
+
+bool MDocument::AbortOperationGroup(long long& handle) { return EndGroup(handle, &Transaction::Rollback); }
+
+bool MDocument::KillOperationGroup(long long& handle) { return EndGroup(handle, &Transaction::Terminate); }
 
 uint32_t MDocument::GetUniqueTemporaryOperationKey() { return ++mg_temporary_key; }
 

@@ -23,28 +23,29 @@ Wrapper::~OperationWrapper() {
   m_redo_file.REMOVE();
 }
 
-bool Wrapper::_CreateStateFile(MFileName& name, const wchar_t* prefix, MFile& file) {
+bool Wrapper::_WriteStateFile(MFileName& name, uint32_t& size, const wchar_t* prefix, bool with_state) {
   // Made and opened in one step: the file is created exclusively and not opened a second time.
-  const std::wstring directory = MUndoHandler::GetUndoTempDir().GET_DRIVE_DIR_PARTS(true);
-  return file.OPEN_WRITE_TEMP(name, directory, prefix, nullptr, 65535);
-}
-
-bool Wrapper::StoreUndoState() {
   MFile file(kStateFileBuffer);
-  if (!_CreateStateFile(m_undo_file, L"~varn_undo", file)) return false;
-  if (!m_operation->CanBeReversed() && m_operation->GetAction() != MOperation::ACTION_ADD) {
+  const std::wstring directory = MUndoHandler::GetUndoTempDir().GET_DRIVE_DIR_PARTS(true);
+  if (!file.OPEN_WRITE_TEMP(name, directory, prefix, nullptr, 65535)) return false;
+  if (with_state) {
     MStreamUndoOut out(&file);
     m_document->_SaveState(m_operation, out);
   }
-  // A file that could not be written whole (a full disk) holds no usable state: the operation
-  // is treated as one whose undo file could not be made.
+  // A file cut short by a full disk holds no usable state (it would restore half a state): it
+  // goes, and its name with it.
   if (!file.CLOSE()) {
-    m_undo_file.REMOVE();
-    m_undo_file = MFileName();
+    name.REMOVE();
+    name = MFileName();
     return false;
   }
-  m_undo_size = static_cast<uint32_t>(file.GET_WRITTEN());  // what is on disk after the close
+  size = static_cast<uint32_t>(file.GET_WRITTEN());  // what is on disk after the close
   return true;
+}
+
+bool Wrapper::StoreUndoState() {
+  return _WriteStateFile(m_undo_file, m_undo_size, L"~varn_undo",
+                         !m_operation->CanBeReversed() && m_operation->GetAction() != MOperation::ACTION_ADD);
 }
 
 void Wrapper::_Perform() {
@@ -70,22 +71,9 @@ void Wrapper::_Perform() {
 void Wrapper::_Undo() {
   MOperation& op = *m_operation;
   // 1. The redo state: what the objects hold now, written once, at the first undo.
-  if (m_redo_file.IS_EMPTY()) {
-    MFile redo(kStateFileBuffer);
-    if (_CreateStateFile(m_redo_file, L"~varn_redo", redo)) {
-      if (!op.CanBeReversed() && op.GetAction() != MOperation::ACTION_REMOVE) {
-        MStreamUndoOut out(&redo);
-        m_document->_SaveState(m_operation, out);
-      }
-      if (redo.CLOSE()) {
-        m_redo_size = static_cast<uint32_t>(redo.GET_WRITTEN());
-      } else {
-        // A redo file cut short by a full disk would restore half a state: redo finds none.
-        m_redo_file.REMOVE();
-        m_redo_file = MFileName();
-      }
-    }
-  }
+  if (m_redo_file.IS_EMPTY())
+    _WriteStateFile(m_redo_file, m_redo_size, L"~varn_redo",
+                    !op.CanBeReversed() && op.GetAction() != MOperation::ACTION_REMOVE);
   // 2. Without the undo file the step ends quietly; the wrapper still changes stacks.
   MFile file(kStateFileBuffer);
   if (m_undo_file.IS_EMPTY() || !file.OPEN_READ(m_undo_file)) return;

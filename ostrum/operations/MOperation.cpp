@@ -5,6 +5,8 @@
 #include <typeinfo>
 #include <unordered_set>
 
+#include <boost/container/small_vector.hpp>
+
 #include "ostrum/foundation/core/MFile.h"
 #include "ostrum/foundation/core/StringResources.h"
 #include "ostrum/objects/IObject.h"
@@ -21,29 +23,58 @@ MOperationCore::~MOperationCore() = default;
 
 namespace {
 
-// One entry of the base action table: the flags the action sets (or none) and its inverse.
+// The base action table: the flags an action sets (or none), its inverse and the id of its text.
 struct ActionEntry {
+  uint32_t action;
   bool sets_flags;
   uint32_t flags;
   uint32_t inverse;
+  uint32_t text_id;
 };
 
-bool LookUpAction(uint32_t action, ActionEntry& entry) {
-  switch (action) {
-    case MOperation::ACTION_ADD: entry = {true, 0x370008, 1}; return true;
-    case MOperation::ACTION_REMOVE: entry = {true, 0x770008, 0}; return true;
-    case MOperation::ACTION_COPY: entry = {false, 0, 2}; return true;
-    case MOperation::ACTION_DELETE: entry = {true, 0x340000, 0}; return true;
-    case MOperation::ACTION_CHANGE_LABEL: entry = {true, 0x370008, 4}; return true;
-    case MOperation::ACTION_REVERSIBLE_FORWARD: entry = {true, 0x37000A, 6}; return true;
-    case MOperation::ACTION_REVERSIBLE_BACKWARD: entry = {true, 0x37000A, 5}; return true;
+constexpr ActionEntry kActions[] = {
+    {MOperation::ACTION_ADD, true, 0x370008, 1, 352},
+    {MOperation::ACTION_REMOVE, true, 0x770008, 0, 353},
+    {MOperation::ACTION_COPY, false, 0, 2, 778},
+    {MOperation::ACTION_DELETE, true, 0x340000, 0, 353},
+    {MOperation::ACTION_CHANGE_LABEL, true, 0x370008, 4, 356},
+    {MOperation::ACTION_REVERSIBLE_FORWARD, true, 0x37000A, 6, 354},
+    {MOperation::ACTION_REVERSIBLE_BACKWARD, true, 0x37000A, 5, 355},
     // A refresh first sets 0x60000 and then 0x700000 over it; only the second stands.
-    case MOperation::ACTION_REFRESH: entry = {true, 0x700000, 7}; return true;
-    case MOperation::ACTION_REFRESH_ALL: entry = {true, 0x700000, 8}; return true;
-    case MOperation::ACTION_RUN_ONCE: entry = {true, 0x340000, 400}; return true;
-    default: return false;
-  }
+    {MOperation::ACTION_REFRESH, true, 0x700000, 7, 358},
+    {MOperation::ACTION_REFRESH_ALL, true, 0x700000, 8, 358},
+    {MOperation::ACTION_RUN_ONCE, true, 0x340000, 400, 357},
+};
+
+// Text id of actions without an entry.
+constexpr uint32_t kDefaultTextID = 358;
+
+const ActionEntry* FindAction(uint32_t action) {
+  for (const ActionEntry& entry : kActions)
+    if (entry.action == action) return &entry;
+  return nullptr;
 }
+
+// Remembers what it was shown, to keep lists free of duplicates in first-sight order: a linear
+// search on the stack for the few items of most operations, a hash set once there are many,
+// so that large operations are not quadratic and small ones do not allocate.
+template <class T>
+class FirstSight {
+ public:
+  /// True the first time `item` is shown.
+  bool Insert(T item) {
+    if (!m_hashed.empty()) return m_hashed.insert(item).second;
+    if (std::find(m_few.begin(), m_few.end(), item) != m_few.end()) return false;
+    m_few.push_back(item);
+    if (m_few.size() > kLinearLimit) m_hashed.insert(m_few.begin(), m_few.end());
+    return true;
+  }
+
+ private:
+  static constexpr size_t kLinearLimit = 16;
+  boost::container::small_vector<T, kLinearLimit + 1> m_few;
+  std::unordered_set<T> m_hashed;
+};
 
 // Substitutes the object name for each "%s" of a format and "%" for "%%"; the formats come
 // from the host's string table and take just the one argument.
@@ -76,17 +107,8 @@ MOperation::MOperation(uint32_t action) { SetAction(action); }
 MOperation::~MOperation() = default;
 
 uint32_t MOperation::GetActionTextID(uint32_t action) {
-  switch (action) {
-    case ACTION_ADD: return 352;
-    case ACTION_REMOVE: return 353;
-    case ACTION_COPY: return 778;
-    case ACTION_DELETE: return 353;
-    case ACTION_CHANGE_LABEL: return 356;
-    case ACTION_REVERSIBLE_FORWARD: return 354;
-    case ACTION_REVERSIBLE_BACKWARD: return 355;
-    case ACTION_RUN_ONCE: return 357;
-    default: return 358;
-  }
+  const ActionEntry* entry = FindAction(action);
+  return entry ? entry->text_id : kDefaultTextID;
 }
 
 bool MOperation::Reverse() {
@@ -96,14 +118,14 @@ bool MOperation::Reverse() {
 }
 
 void MOperation::SetAction(uint32_t action) {
-  ActionEntry entry;
-  if (LookUpAction(action, entry) && entry.sets_flags) SetFlags(entry.flags);
+  const ActionEntry* entry = FindAction(action);
+  if (entry && entry->sets_flags) SetFlags(entry->flags);
   _SetAction(action);
 }
 
 uint32_t MOperation::GetInverseAction() {
-  ActionEntry entry;
-  return LookUpAction(GetAction(), entry) ? entry.inverse : GetAction();
+  const ActionEntry* entry = FindAction(GetAction());
+  return entry ? entry->inverse : GetAction();
 }
 
 const wchar_t* MOperation::GetActionString() const {
@@ -213,9 +235,9 @@ bool MOperation::_PrepareOperation() {
 
 void MOperation::_SaveState(MStreamUndoOut& out) {
   // An object listed twice (a list filled by hand) writes its state once.
-  std::unordered_set<IObject*> written;
+  FirstSight<IObject*> written;
   for (IObject* object : m_core.m_objects)
-    if (written.insert(object).second) object->SaveState(this, out);
+    if (written.Insert(object)) object->SaveState(this, out);
 }
 
 void MOperation::_LoadState(MStreamUndoIn& in) {
@@ -228,12 +250,14 @@ void MOperation::ChangeLabel(const wchar_t* label) {
 }
 
 void MOperation::GetObjects(std::vector<IObject*>& list, bool) const {
-  auto add = [&list](IObject* object) {
-    if (std::find(list.begin(), list.end(), object) == list.end()) list.push_back(object);
+  FirstSight<IObject*> seen;
+  for (IObject* listed : list) seen.Insert(listed);
+  auto add = [&](IObject* object) {
+    if (seen.Insert(object)) list.push_back(object);
   };
   for (IObject* object : m_core.m_objects) {
     add(object);
-    auto* subject = dynamic_cast<MSubject*>(object);
+    MSubject* subject = Ostrum::Private::SubjectCast::Of(object);
     if (!subject || subject->GetNumberOfObservers() == 0) continue;
     for (auto it = subject->GetBeginIt(); it != subject->GetEndIt(); ++it)
       if (auto* observer_object = dynamic_cast<IObject*>(*it)) add(observer_object);
@@ -244,22 +268,13 @@ namespace {
 
 template <class List>
 void CollectObserversInto(const std::vector<IObject*>& objects, List& list) {
-  // Large operations would make a linear search for duplicates quadratic; past a handful of
-  // observers a hash set of those seen keeps it linear.
-  constexpr size_t kLinearLimit = 16;
-  std::unordered_set<IObserver*> seen;
+  FirstSight<IObserver*> seen;
+  for (IObserver* observer : list) seen.Insert(observer);
   for (IObject* object : objects) {
     MSubject* subject = Ostrum::Private::SubjectCast::Of(object);
     if (!subject || subject->GetNumberOfObservers() == 0) continue;
-    for (auto it = subject->GetBeginIt(); it != subject->GetEndIt(); ++it) {
-      IObserver* observer = *it;
-      if (seen.empty() && list.size() < kLinearLimit) {
-        if (std::find(list.begin(), list.end(), observer) == list.end()) list.push_back(observer);
-        continue;
-      }
-      if (seen.empty()) seen.insert(list.begin(), list.end());
-      if (seen.insert(observer).second) list.push_back(observer);
-    }
+    for (auto it = subject->GetBeginIt(); it != subject->GetEndIt(); ++it)
+      if (seen.Insert(*it)) list.push_back(*it);
   }
 }
 

@@ -4,11 +4,6 @@
 
 namespace Ostrum::Undo::Private {
 
-namespace {
-// An idle task that never expires.
-constexpr unsigned int kIdlePriority = 0xFFFFFFFFu;
-}
-
 DiscardActionsTask& DiscardActionsTask::Instance() {
   static DiscardActionsTask task;
   return task;
@@ -22,7 +17,7 @@ void DiscardActionsTask::ScheduleDiscard(IAction* action) {
   if (!action) return;
   DiscardActionsTask& task = Instance();
   task.m_actions.push_back(action);
-  if (!task.m_task) task.m_task = DeferredTaskManager::RegisterTask(&task, kIdlePriority, 0);
+  if (!task.m_task) task.m_task = DeferredTaskManager::RegisterTask(&task, DeferredTaskManager::IDLE_PRIORITY, 0);
 }
 
 void DiscardActionsTask::_Perform() {

@@ -3,30 +3,21 @@
 #include <new>
 #include <stdexcept>
 
+#include "ostrum/undo/private/OpaquePointer.h"
+
 namespace Ostrum {
 
-namespace {
-
-// The compiler may assume that `this` is never null and drop a plain comparison; the value is
-// passed through an empty asm statement so that the check survives for callers that break the
-// rule.
-template <typename T>
-bool IsNull(T* pointer) {
-  asm("" : "+r"(pointer));
-  return pointer == nullptr;
-}
-
-}  // namespace
+using Undo::Private::Opaque;
 
 IAction::~IAction() = default;
 
 void IAction::Perform() {
-  if (IsNull(this)) throw std::logic_error("illegal access to nil action");
+  if (!Opaque(this)) throw std::logic_error("illegal access to nil action");
   _Perform();
 }
 
 void IAction::Discard() {
-  if (IsNull(this)) return;
+  if (!Opaque(this)) return;
   _Discard();
 }
 

@@ -40,11 +40,7 @@ MStreamUndoOut& MStreamUndoOut::operator<<(unsigned short value) { m_file->WRITE
 MStreamUndoOut& MStreamUndoOut::operator<<(float value) { m_file->WRITE(&value, 1); return *this; }
 MStreamUndoOut& MStreamUndoOut::operator<<(double value) { m_file->WRITE(&value, 1); return *this; }
 
-MStreamUndoOut& MStreamUndoOut::operator<<(int value) {
-  std::int32_t const stored = value;
-  m_file->WRITE(&stored, 1);
-  return *this;
-}
+MStreamUndoOut& MStreamUndoOut::operator<<(int value) { m_file->WRITE(&value, 1); return *this; }
 
 MStreamUndoOut& MStreamUndoOut::operator<<(long value) {
   // The format's long is 32 bits: a 64-bit long keeps its low half.
@@ -53,11 +49,7 @@ MStreamUndoOut& MStreamUndoOut::operator<<(long value) {
   return *this;
 }
 
-MStreamUndoOut& MStreamUndoOut::operator<<(unsigned int value) {
-  std::uint32_t const stored = value;
-  m_file->WRITE(&stored, 1);
-  return *this;
-}
+MStreamUndoOut& MStreamUndoOut::operator<<(unsigned int value) { m_file->WRITE(&value, 1); return *this; }
 
 MStreamUndoOut& MStreamUndoOut::operator<<(unsigned long value) {
   auto const stored = static_cast<std::uint32_t>(value);

@@ -146,9 +146,9 @@ bool Manager::SubstituteManager(Manager* other) {
 
 bool Manager::IsInSubstitutionStack() const { return m_core && m_core->m_substituted; }
 
-bool Manager::IsOnTopOfSubstitutionStack() const {
-  return IsInSubstitutionStack() && m_core->m_manager->m_core == m_core;
-}
+// The core a manager reaches is always the front of its chain, so being in a chain is being on
+// its top.
+bool Manager::IsOnTopOfSubstitutionStack() const { return IsInSubstitutionStack(); }
 
 Manager* Manager::PopFromSubstitutionStack() {
   if (!IsOnTopOfSubstitutionStack() || m_core->m_controller.IsBusy()) return nullptr;

@@ -1,16 +1,15 @@
 #include "ostrum/undo/Transaction.h"
 
+#include "ostrum/undo/private/OpaquePointer.h"
 #include "ostrum/undo/private/TransactionHandler.h"
 
 namespace Ostrum::Undo {
 
 namespace {
 
-// A handle is a key, never an address, and callers may hold a null one. The value is passed
-// through an empty asm statement so that the compiler cannot assume `this` is a valid pointer.
+// A handle is a key, never an address, and callers may hold a null one.
 Private::Transaction* Find(const Transaction* handle) {
-  asm("" : "+r"(handle));
-  return Private::Transaction::FromHandle(handle);
+  return Private::Transaction::FromHandle(Private::Opaque(handle));
 }
 
 }  // namespace

@@ -21,13 +21,6 @@
 
 namespace {
 
-// Undo actions leaving the history are destroyed at idle time by the thread's deferred-task
-// session; the session outlives the document.
-struct DeferredSession {
-  DeferredSession() { Ostrum::DeferredTaskManager::StartDeferredTaskManagerSession(); }
-  ~DeferredSession() { Ostrum::DeferredTaskManager::EndDeferredTaskManagerSession(); }
-};
-
 // A loaded document titled "plan", objects `b` and `a`, an observer `o` of `a`, and the log they all
 // write into.
 struct DocumentPipeline : testing::Test {
@@ -48,7 +41,9 @@ struct DocumentPipeline : testing::Test {
 
   CallLog log;
   OperationProbe probe{&log};
-  DeferredSession session;  // outlives the document, and dies before what the operations log into
+  // Undo actions leaving the history are destroyed at idle time by the thread's deferred-task
+  // session; it outlives the document, and dies before what the operations log into.
+  Ostrum::DeferredTaskManager::ScopedSession session;
   TestDocument doc{&log};
   TestObject a{"a", &log}, b{"b", &log}, o{"o", &log};
   MObject plain;  // answers false wherever an answer is asked

@@ -33,11 +33,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-struct DeferredSession {
-  DeferredSession() { Ostrum::DeferredTaskManager::StartDeferredTaskManagerSession(); }
-  ~DeferredSession() { Ostrum::DeferredTaskManager::EndDeferredTaskManagerSession(); }
-};
-
 // Its state is a label and a block of bytes, written to the undo streams; whether it is in the
 // model is the business of the add and remove hooks. It can be told to throw from either stream.
 class StateObject : public TestObject {
@@ -184,7 +179,7 @@ struct UndoableOperations : testing::Test {
     return agent;
   }
 
-  DeferredSession session;
+  Ostrum::DeferredTaskManager::ScopedSession session;
   fs::path dir;
   CallLog log;
   StateObject s{"s", &log, 4096}, t{"t", &log, 4096};

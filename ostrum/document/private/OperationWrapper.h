@@ -10,8 +10,6 @@
 #include "ostrum/foundation/core/MFileName.h"
 #include "ostrum/undo/IAction.h"
 
-class MFile;
-
 class MDocument::_UndoRedo::OperationWrapper : public Ostrum::IAction {
  public:
   /// Starts in the done state (the next perform is an undo) and owns `operation` from now on.
@@ -29,9 +27,6 @@ class MDocument::_UndoRedo::OperationWrapper : public Ostrum::IAction {
   /// for a reversible operation or action 0). False if the file cannot be created or opened.
   bool StoreUndoState();
 
-  /// Creates a temporary file named `prefix`…".tmp" in the undo directory and opens it for
-  /// writing. False, with `name` left empty, when that fails.
-  static bool _CreateStateFile(MFileName& name, const wchar_t* prefix, MFile& file);
 
  protected:
   /// Deletes the operation and removes both files.
@@ -41,6 +36,10 @@ class MDocument::_UndoRedo::OperationWrapper : public Ostrum::IAction {
   void _Perform() override;
 
  private:
+  /// Makes a state file `prefix`…".tmp" in the undo directory, writes the objects' state into
+  /// it when `with_state`, and takes its size. False, with `name` left empty, when the file
+  /// could not be made or written whole.
+  bool _WriteStateFile(MFileName& name, uint32_t& size, const wchar_t* prefix, bool with_state);
   void _Undo();
   void _Redo();
   /// Modified mark, observers and windows after an undo or a redo.

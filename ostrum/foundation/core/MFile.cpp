@@ -145,25 +145,21 @@ std::size_t MFile::_Write(const void* data, std::size_t count, std::size_t item_
   const std::size_t bytes = count * item_size;
   const auto* source = static_cast<const unsigned char*>(data);
 
-  if (bytes <= m_capacity - m_end) {
-    std::memcpy(m_buffer.get() + m_end, source, bytes);
-    m_end += bytes;
-    m_written += static_cast<std::int64_t>(bytes);
-    return count;
+  if (bytes > m_capacity - m_end) {
+    // The buffer is written out first so that the order of the bytes on disk stays the order of
+    // the calls; its failure fails this call, as its data was accepted by earlier ones.
+    if (!_FlushBuffer()) return 0;
+    if (bytes >= m_capacity) {
+      const std::size_t written = _WriteToSystem(source, bytes);
+      m_written += static_cast<std::int64_t>(written);
+      if (written != bytes) m_failed = true;
+      return written / item_size;
+    }
   }
-  // The buffer is written out first so that the order of the bytes on disk stays the order of
-  // the calls; its failure fails this call, as its data was accepted by earlier ones.
-  if (!_FlushBuffer()) return 0;
-  if (bytes < m_capacity) {
-    std::memcpy(m_buffer.get(), source, bytes);
-    m_end = bytes;
-    m_written += static_cast<std::int64_t>(bytes);
-    return count;
-  }
-  const std::size_t written = _WriteToSystem(source, bytes);
-  m_written += static_cast<std::int64_t>(written);
-  if (written != bytes) m_failed = true;
-  return written / item_size;
+  std::memcpy(m_buffer.get() + m_end, source, bytes);
+  m_end += bytes;
+  m_written += static_cast<std::int64_t>(bytes);
+  return count;
 }
 
 std::size_t MFile::_Read(void* data, std::size_t count, std::size_t item_size) {
@@ -184,7 +180,6 @@ std::size_t MFile::_Read(void* data, std::size_t count, std::size_t item_size) {
     }
     const ssize_t n = ReadOnce(m_fd, m_buffer.get(), m_capacity);
     if (n <= 0) break;
-    m_begin = 0;
     m_end = static_cast<std::size_t>(n);
     const std::size_t take = std::min(rest, m_end);
     std::memcpy(target + got, m_buffer.get(), take);

@@ -7,28 +7,38 @@ MMTransform::~MMTransform() = default;
 
 // The float forms widen to double, apply, and round back, so that all forms agree to float
 // precision. The input is copied first, which lets the caller pass the output as the input.
+MMPoint3d<double> MMTransform::_Map(double x, double y, double z, bool direction, bool inverse) const {
+  double const a[3] = {x, y, z};
+  double b[3];
+  if (inverse)
+    _ApplyInverse(b, a, direction);
+  else
+    _Apply(b, a, direction);
+  return MMPoint3d<double>(b[0], b[1], b[2]);
+}
+
+namespace {
+
+void Store(float* out, MMPoint3d<double> const& p) {
+  out[0] = static_cast<float>(p.x);
+  out[1] = static_cast<float>(p.y);
+  out[2] = static_cast<float>(p.z);
+}
+
+}  // namespace
 
 void MMTransform::Transform(MMPoint3d<double>& out, MMPoint3d<double> const& in,
                             bool direction) const {
-  double const a[3] = {in.x, in.y, in.z};
-  double b[3];
-  _Apply(b, a, direction);
-  out.Set(b[0], b[1], b[2]);
+  out = _Map(in.x, in.y, in.z, direction, false);
 }
 
 void MMTransform::Transform(MMPoint3d<float>& out, MMPoint3d<float> const& in,
                             bool direction) const {
-  double const a[3] = {in.x, in.y, in.z};
-  double b[3];
-  _Apply(b, a, direction);
-  out = MMPoint3d<float>(MMPoint3d<double>(b[0], b[1], b[2]));
+  out = MMPoint3d<float>(_Map(in.x, in.y, in.z, direction, false));
 }
 
 void MMTransform::Transform(float* out, float x, float y, float z, bool direction) const {
-  double const a[3] = {x, y, z};
-  double b[3];
-  _Apply(b, a, direction);
-  for (int i = 0; i < 3; ++i) out[i] = static_cast<float>(b[i]);
+  Store(out, _Map(x, y, z, direction, false));
 }
 
 void MMTransform::Transform(float* out, float const* in, bool direction) const {
@@ -37,25 +47,16 @@ void MMTransform::Transform(float* out, float const* in, bool direction) const {
 
 void MMTransform::InverseTransform(MMPoint3d<double>& out, MMPoint3d<double> const& in,
                                    bool direction) const {
-  double const a[3] = {in.x, in.y, in.z};
-  double b[3];
-  _ApplyInverse(b, a, direction);
-  out.Set(b[0], b[1], b[2]);
+  out = _Map(in.x, in.y, in.z, direction, true);
 }
 
 void MMTransform::InverseTransform(MMPoint3d<float>& out, MMPoint3d<float> const& in,
                                    bool direction) const {
-  double const a[3] = {in.x, in.y, in.z};
-  double b[3];
-  _ApplyInverse(b, a, direction);
-  out = MMPoint3d<float>(MMPoint3d<double>(b[0], b[1], b[2]));
+  out = MMPoint3d<float>(_Map(in.x, in.y, in.z, direction, true));
 }
 
 void MMTransform::InverseTransform(float* out, float x, float y, float z, bool direction) const {
-  double const a[3] = {x, y, z};
-  double b[3];
-  _ApplyInverse(b, a, direction);
-  for (int i = 0; i < 3; ++i) out[i] = static_cast<float>(b[i]);
+  Store(out, _Map(x, y, z, direction, true));
 }
 
 void MMTransform::InverseTransform(float* out, float const* in, bool direction) const {
@@ -79,10 +80,8 @@ void MMTransform::TransformBoundingBox(M3DBoundingBox<float>& box) const {
   double lo[3], hi[3];
   for (int i = 0; i < 8; ++i) {
     MMPoint3d<float> const c = box.GetCorner(i);
-    double const a[3] = {c.x, c.y, c.z};
-    double b[3];
-    _Apply(b, a, false);
-    for (int k = 0; k < 3; ++k) {
+    MMPoint3d<double> const b = _Map(c.x, c.y, c.z, false, false);
+    for (std::size_t k = 0; k < 3; ++k) {
       lo[k] = i == 0 ? b[k] : std::fmin(lo[k], b[k]);
       hi[k] = i == 0 ? b[k] : std::fmax(hi[k], b[k]);
     }

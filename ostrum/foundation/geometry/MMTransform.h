@@ -70,4 +70,8 @@ class OSTRUM_API MMTransform : public MMTransformAllocator {
   virtual void _Apply(double* out, double const* in, bool direction) const = 0;
   /// The same with the inverse; NaN when there is none.
   virtual void _ApplyInverse(double* out, double const* in, bool direction) const = 0;
+
+ private:
+  /// The point (x, y, z) through _Apply, or _ApplyInverse when `inverse` is true.
+  MMPoint3d<double> _Map(double x, double y, double z, bool direction, bool inverse) const;
 };

@@ -416,10 +416,10 @@ Eigen::Matrix4d const& MMTransformMatrix::GetInverse() const {
 
 bool MMTransformMatrix::HasInverse() const { return _EnsureInverse(); }
 
-bool MMTransformMatrix::_ComputeInverse() { return _ComputeInverseByClass(); }
+bool MMTransformMatrix::_ComputeInverse() { return _ComputeInverseAs(m_class); }
 
-bool MMTransformMatrix::_ComputeInverseByClass() const {
-  switch (m_class) {
+bool MMTransformMatrix::_ComputeInverseAs(EMatrixClass c) const {
+  switch (c) {
     case eIdentity: return _ComputeInverseIdentity();
     case eTranslation: return _ComputeInverseTranslation();
     case eScale1D: return _ComputeInverseScale1D();
@@ -432,7 +432,7 @@ bool MMTransformMatrix::_ComputeInverseByClass() const {
 }
 
 bool MMTransformMatrix::_EnsureInverse() const {
-  if (m_inverse_state == EInverse::ePending) _ComputeInverseByClass();
+  if (m_inverse_state == EInverse::ePending) _ComputeInverseAs(m_class);
   return m_inverse_state == EInverse::eCurrent;
 }
 

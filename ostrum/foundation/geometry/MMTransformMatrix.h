@@ -146,6 +146,8 @@ class OSTRUM_API MMTransformMatrix : public MMTransform {
   bool _ComputeInverseOrthoNormal() const;
   bool _ComputeInverseOrthoGonal() const;
   bool _ComputeInverseGeneral() const;
+  /// The method of class `c` (the general one for eGeneral).
+  bool _ComputeInverseAs(EMatrixClass c) const;
 
   void _Apply(double* out, double const* in, bool direction) const override;
   void _ApplyInverse(double* out, double const* in, bool direction) const override;
@@ -154,7 +156,6 @@ class OSTRUM_API MMTransformMatrix : public MMTransform {
   enum class EInverse : std::uint8_t { ePending, eCurrent, eSingular };
 
   bool _EnsureInverse() const;
-  bool _ComputeInverseByClass() const;
   bool _MarkSingular() const;
   void _Set(Eigen::Matrix4d const& m, EMatrixClass c);
 

@@ -8,16 +8,14 @@
 using Ostrum::Desktop::Private::CurrentQueue;
 using Ostrum::Desktop::Private::CurrentQueueShared;
 using Ostrum::Desktop::Private::FindQueue;
+using Ostrum::Desktop::Private::FindWindowOrFail;
 using Ostrum::Desktop::Private::MessageFilter;
-using Ostrum::Desktop::Private::WindowTable;
 
 namespace {
 
 // A window filter must name a window of the model (or be null or the thread filter).
 bool ValidFilter(HWND hwnd) {
-  if (hwnd == nullptr || hwnd == HWND_THREAD_MESSAGES || WindowTable::Get().Find(hwnd)) return true;
-  SetLastError(ERROR_INVALID_WINDOW_HANDLE);
-  return false;
+  return hwnd == nullptr || hwnd == HWND_THREAD_MESSAGES || FindWindowOrFail(hwnd);
 }
 
 UINT InputKind(UINT message) {
@@ -32,11 +30,8 @@ UINT InputKind(UINT message) {
 
 BOOL PostMessageW(HWND hwnd, UINT message, WPARAM wParam, LPARAM lParam) {
   if (hwnd == nullptr) return CurrentQueue().Post(nullptr, message, wParam, lParam) ? TRUE : FALSE;
-  auto window = WindowTable::Get().Find(hwnd);
-  if (!window) {
-    SetLastError(ERROR_INVALID_WINDOW_HANDLE);
-    return FALSE;
-  }
+  auto window = FindWindowOrFail(hwnd);
+  if (!window) return FALSE;
   return window->queue->Post(hwnd, message, wParam, lParam) ? TRUE : FALSE;
 }
 
@@ -88,10 +83,9 @@ BOOL DeliverInputMessage(HWND hwnd, UINT message, WPARAM wParam, LPARAM lParam) 
   std::shared_ptr<Private::ThreadQueue> queue;
   if (hwnd == nullptr) {
     queue = CurrentQueueShared();
-  } else if (auto window = WindowTable::Get().Find(hwnd)) {
+  } else if (auto window = FindWindowOrFail(hwnd)) {
     queue = window->queue;
   } else {
-    SetLastError(ERROR_INVALID_WINDOW_HANDLE);
     return FALSE;
   }
   return queue->PutInput(hwnd, message, wParam, lParam, kind) ? TRUE : FALSE;

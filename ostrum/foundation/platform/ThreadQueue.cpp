@@ -24,6 +24,8 @@ int InputSlot(UINT kind) {
   return 3;
 }
 
+MSG ToMsg(const QueuedMessage& m) { return MSG{m.hwnd, m.message, m.wParam, m.lParam, m.time, POINT{}}; }
+
 // Live queues by thread number, for PostThreadMessageW. Never destroyed: threads may end
 // after static destructors have started.
 struct Registry {
@@ -163,7 +165,7 @@ bool ThreadQueue::Take(MSG& out, const MessageFilter& filter, bool remove) {
     std::lock_guard<std::mutex> lock(m_mutex);
     for (auto it = m_posted.begin(); it != m_posted.end(); ++it) {
       if (!filter.Matches(it->hwnd, it->message)) continue;
-      out = MSG{it->hwnd, it->message, it->wParam, it->lParam, it->time, POINT{}};
+      out = ToMsg(*it);
       if (remove) {
         m_posted.erase(it);
         _UpdatePresentLocked();
@@ -172,8 +174,7 @@ bool ThreadQueue::Take(MSG& out, const MessageFilter& filter, bool remove) {
     }
     for (auto it = m_input.begin(); it != m_input.end(); ++it) {
       if (!filter.Matches(it->message.hwnd, it->message.message)) continue;
-      const QueuedMessage& m = it->message;
-      out = MSG{m.hwnd, m.message, m.wParam, m.lParam, m.time, POINT{}};
+      out = ToMsg(it->message);
       if (remove) {
         --m_input_counts[InputSlot(it->kind)];
         m_input.erase(it);
@@ -239,17 +240,17 @@ UINT_PTR ThreadQueue::SetTimer(HWND hwnd, UINT_PTR id, UINT elapse_ms, TIMERPROC
                                [&](const Timer& t) { return t.hwnd == hwnd && t.id == id; });
   if (existing != m_timers.end()) {
     *existing = Timer{hwnd, id, elapse, proc, due, false};
-    return hwnd ? (id ? id : 1) : id;
+  } else {
+    if (!hwnd) {
+      // A thread timer gets an id of the model's choice, one not in use.
+      do {
+        id = m_next_thread_timer_id++;
+        if (id == 0) id = m_next_thread_timer_id++;
+      } while (std::any_of(m_timers.begin(), m_timers.end(),
+                           [&](const Timer& t) { return t.hwnd == nullptr && t.id == id; }));
+    }
+    m_timers.push_back(Timer{hwnd, id, elapse, proc, due, false});
   }
-  if (!hwnd) {
-    // A thread timer gets an id of the model's choice, one not in use.
-    do {
-      id = m_next_thread_timer_id++;
-      if (id == 0) id = m_next_thread_timer_id++;
-    } while (std::any_of(m_timers.begin(), m_timers.end(),
-                         [&](const Timer& t) { return t.hwnd == nullptr && t.id == id; }));
-  }
-  m_timers.push_back(Timer{hwnd, id, elapse, proc, due, false});
   return hwnd ? (id ? id : 1) : id;
 }
 

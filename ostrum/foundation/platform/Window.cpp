@@ -11,6 +11,8 @@
 
 using Ostrum::Desktop::Private::CurrentQueue;
 using Ostrum::Desktop::Private::CurrentQueueShared;
+using Ostrum::Desktop::Private::FindOwnWindowOrFail;
+using Ostrum::Desktop::Private::FindWindowOrFail;
 using Ostrum::Desktop::Private::NewWindow;
 using Ostrum::Desktop::Private::WindowTable;
 
@@ -30,32 +32,15 @@ HWND CreateWindowExW(DWORD ex_style, LPCWSTR class_name, LPCWSTR window_name, DW
   WindowTable& table = WindowTable::Get();
   const bool message_only = parent == HWND_MESSAGE;
   const HWND real_parent = message_only ? nullptr : parent;
-  if (real_parent && !table.Find(real_parent)) {
-    SetLastError(ERROR_INVALID_WINDOW_HANDLE);
-    return nullptr;
-  }
+  if (real_parent && !FindWindowOrFail(real_parent)) return nullptr;
   auto cls = table.ReserveClass(class_name, instance);
   if (!cls) {
     SetLastError(ERROR_CANNOT_FIND_WND_CLASS);
     return nullptr;
   }
-  NewWindow window;
-  window.atom = cls->atom;
-  window.proc = cls->proc;
-  window.queue = CurrentQueueShared();
-  window.thread_id = GetCurrentThreadId();
-  window.parent = real_parent;
-  window.message_only = message_only;
-  window.style = style;
-  window.ex_style = ex_style;
-  window.name = window_name ? window_name : L"";
-  window.menu = menu;
-  window.instance = instance;
-  window.x = x;
-  window.y = y;
-  window.width = width;
-  window.height = height;
-  const HWND hwnd = table.AddWindow(std::move(window));  // the class reservation is now the window's
+  // The class reservation becomes the window's.
+  const HWND hwnd = table.AddWindow(
+      NewWindow{cls->atom, cls->proc, CurrentQueueShared(), GetCurrentThreadId(), real_parent, message_only});
 
   CREATESTRUCTW create;
   create.lpCreateParams = param;
@@ -90,15 +75,8 @@ HWND CreateWindowExW(DWORD ex_style, LPCWSTR class_name, LPCWSTR window_name, DW
 
 BOOL DestroyWindow(HWND hwnd) {
   WindowTable& table = WindowTable::Get();
-  auto window = table.Find(hwnd);
-  if (!window) {
-    SetLastError(ERROR_INVALID_WINDOW_HANDLE);
-    return FALSE;
-  }
-  if (window->thread_id != GetCurrentThreadId()) {
-    SetLastError(ERROR_ACCESS_DENIED);
-    return FALSE;
-  }
+  auto window = FindOwnWindowOrFail(hwnd);
+  if (!window) return FALSE;
   if (!table.BeginDestroy(hwnd)) return FALSE;  // already on its way out, further up the stack
   window->proc(hwnd, WM_DESTROY, 0, 0);
   for (HWND child : table.ChildrenOf(hwnd)) {
@@ -125,35 +103,21 @@ LRESULT DefWindowProcW(HWND hwnd, UINT message, WPARAM, LPARAM) {
 }
 
 LRESULT SendMessageW(HWND hwnd, UINT message, WPARAM wParam, LPARAM lParam) {
-  auto window = WindowTable::Get().Find(hwnd);
-  if (!window) {
-    SetLastError(ERROR_INVALID_WINDOW_HANDLE);
-    return 0;
-  }
-  if (window->thread_id != GetCurrentThreadId()) {
-    SetLastError(ERROR_ACCESS_DENIED);
-    return 0;
-  }
+  auto window = FindOwnWindowOrFail(hwnd);
+  if (!window) return 0;
   return window->proc(hwnd, message, wParam, lParam);
 }
 
 DWORD GetWindowThreadProcessId(HWND hwnd, DWORD* process_id) {
-  auto window = WindowTable::Get().Find(hwnd);
-  if (!window) {
-    SetLastError(ERROR_INVALID_WINDOW_HANDLE);
-    return 0;
-  }
+  auto window = FindWindowOrFail(hwnd);
+  if (!window) return 0;
   if (process_id) *process_id = GetCurrentProcessId();
   return window->thread_id;
 }
 
 HWND GetParent(HWND hwnd) {
-  auto window = WindowTable::Get().Find(hwnd);
-  if (!window) {
-    SetLastError(ERROR_INVALID_WINDOW_HANDLE);
-    return nullptr;
-  }
-  return window->parent;
+  auto window = FindWindowOrFail(hwnd);
+  return window ? window->parent : nullptr;
 }
 
 int GetClassNameW(HWND hwnd, LPWSTR buffer, int size) {

@@ -43,18 +43,7 @@ struct ClassRecord {
   std::size_t windows = 0;
 };
 
-struct WindowRecord {
-  ATOM atom;
-  WNDPROC proc;
-  std::shared_ptr<ThreadQueue> queue;
-  DWORD thread_id;
-  HWND parent;
-  bool message_only;
-  DWORD style, ex_style;
-  std::wstring name;
-  HMENU menu;
-  HINSTANCE instance;
-  int x, y, width, height;
+struct WindowRecord : NewWindow {
   uint64_t order;  // creation order, for walks over children
   CWnd* object = nullptr;
   bool destroying = false;
@@ -196,24 +185,14 @@ std::optional<ClassForCreate> WindowTable::ReserveClass(LPCWSTR name, HINSTANCE 
   ClassRecord* record = m_impl->FindClass(name, instance, true);
   if (!record) return std::nullopt;
   ++record->windows;
-  return ClassForCreate{record->atom, record->proc, record->name.c_str()};
-}
-
-void WindowTable::ReleaseClass(ATOM atom) {
-  std::lock_guard<std::mutex> lock(m_impl->mutex);
-  auto it = m_impl->classes.find(atom);
-  if (it != m_impl->classes.end() && it->second.windows > 0) --it->second.windows;
+  return ClassForCreate{record->atom, record->proc};
 }
 
 HWND WindowTable::AddWindow(NewWindow window) {
   std::lock_guard<std::mutex> lock(m_impl->mutex);
   const uintptr_t value = m_impl->next_handle;
   m_impl->next_handle += 2;
-  WindowRecord record{window.atom,       window.proc,     std::move(window.queue), window.thread_id,
-                      window.parent,     window.message_only, window.style,       window.ex_style,
-                      std::move(window.name), window.menu, window.instance,       window.x,
-                      window.y,          window.width,    window.height,          m_impl->next_order++};
-  m_impl->windows.emplace(value, std::move(record));
+  m_impl->windows.emplace(value, WindowRecord{std::move(window), m_impl->next_order++});
   return reinterpret_cast<HWND>(value);
 }
 
@@ -304,6 +283,21 @@ bool WindowTable::SetParent(HWND hwnd, HWND parent) {
   }
   record->parent = parent;
   return true;
+}
+
+std::optional<WindowInfo> FindWindowOrFail(HWND hwnd) {
+  auto window = WindowTable::Get().Find(hwnd);
+  if (!window) SetLastError(ERROR_INVALID_WINDOW_HANDLE);
+  return window;
+}
+
+std::optional<WindowInfo> FindOwnWindowOrFail(HWND hwnd) {
+  auto window = FindWindowOrFail(hwnd);
+  if (window && window->thread_id != GetCurrentThreadId()) {
+    SetLastError(ERROR_ACCESS_DENIED);
+    return std::nullopt;
+  }
+  return window;
 }
 
 }  // namespace Ostrum::Desktop::Private

@@ -5,7 +5,6 @@
 namespace Ostrum::Undo::Private {
 
 ActionGroup::ActionGroup(Transaction* tx) {
-  if (!tx) return;
   m_actions.Swap(tx->GetActions());
   m_action_string.swap(tx->GetActionString());
 }
@@ -21,7 +20,7 @@ void ActionGroup::Enumerate(IActionEnumAgent* agent, IActionFilter const* filter
 }
 
 void ActionGroup::Extract(IActionEnumAgent* agent, IActionFilter const* filter) {
-  _Walk(agent ? agent : IActionEnumAgent::DisacrdActionsAgent(), filter, true);
+  _Walk(agent, filter, true);
 }
 
 // Agents and filters are foreign code that may clean the manager up, which takes this group off

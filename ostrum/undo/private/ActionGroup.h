@@ -20,8 +20,8 @@ class ActionGroup : public SharedObject,
                     public OwnedObject<ActionGroup, ActionGroupStack>,
                     public RefListItem<ActionGroup> {
  public:
-  /// Takes over the actions and the action string of `tx` (null: an empty group), leaving the
-  /// transaction empty; nothing is copied.
+  /// Takes over the actions and the action string of `tx`, leaving the transaction empty;
+  /// nothing is copied.
   explicit ActionGroup(Transaction* tx);
   ~ActionGroup() noexcept(false) override;
 
@@ -43,7 +43,7 @@ class ActionGroup : public SharedObject,
   /// first, leaving them in place. Stops without OnEndGroup if the group loses its stack.
   void Enumerate(IActionEnumAgent* agent, IActionFilter const* filter);
   /// Like Enumerate, but every matched action is taken out of the group and handed over to
-  /// the agent (null: the discarding agent).
+  /// the agent.
   void Extract(IActionEnumAgent* agent, IActionFilter const* filter);
 
  protected:

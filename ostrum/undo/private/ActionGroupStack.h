@@ -19,7 +19,6 @@ class ActionGroupStack : public SharedObject, public OwnedObject<ActionGroupStac
   ~ActionGroupStack() noexcept(false) override;
 
   bool IsEmpty() const { return m_groups.IsEmpty(); }
-  std::size_t GetCount() const { return m_groups.GetCount(); }
   /// Puts `group` on top; the stack becomes its owner.
   void Push(SharedRef<ActionGroup> group);
   /// Takes the top group off, disowned (and so emptied); an empty reference for an empty stack.

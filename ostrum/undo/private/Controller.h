@@ -91,7 +91,6 @@ class Controller {
   void PushState(SharedRef<_State> state);
   void PopState();
   _State* Top() const { return m_state_stack.back().Get(); }
-  std::size_t GetStateCount() const { return m_state_stack.size(); }
 
   /// Drops both histories and every state, leaving a fresh neutral state alone and the
   /// registration counter at zero; the auto-grouping flag and the manager stay.

@@ -26,9 +26,6 @@ class _StateNeutral : public Controller::_State {
   void ExtractUndoActions(IActionEnumAgent* agent, IActionFilter const* filter) override;
   void ExtractRedoActions(IActionEnumAgent* agent, IActionFilter const* filter) override;
 
-  ActionGroupStack& GetUndoStack() const { return *m_undo_stack; }
-  ActionGroupStack& GetRedoStack() const { return *m_redo_stack; }
-
  protected:
   /// The histories follow the state's controller: a state that loses it clears them both.
   void OnOwnerChanged(Controller* old_owner) override;

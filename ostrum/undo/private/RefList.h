@@ -4,7 +4,6 @@
 // registering an action or pushing a group allocates nothing for the list itself, and a whole
 // transaction's list joins its parent's in constant time.
 
-#include <cstddef>
 #include <utility>
 
 #include "ostrum/undo/private/SharedObject.h"
@@ -33,7 +32,6 @@ class RefList {
   ~RefList() { Clear(); }
 
   bool IsEmpty() const { return m_head == nullptr; }
-  std::size_t GetCount() const { return m_count; }
   /// The first item, null for an empty list; the list keeps its reference.
   T* Front() const { return m_head; }
   /// The item after `item` in its list, null at the end.
@@ -45,7 +43,6 @@ class RefList {
     Link(raw)->m_list_next = m_head;
     m_head = raw;
     if (!m_tail) m_tail = raw;
-    ++m_count;
   }
   /// Takes the first item out with the list's reference; an empty reference for an empty list.
   SharedRef<T> PopFront() { return RemoveAfter(nullptr); }
@@ -56,7 +53,6 @@ class RefList {
     T* next = std::exchange(Link(item)->m_list_next, nullptr);
     (previous ? Link(previous)->m_list_next : m_head) = next;
     if (m_tail == item) m_tail = previous;
-    --m_count;
     return SharedRef<T>(item, SharedRef<T>::ADOPT);
   }
   /// Moves every item of `other` in front of this list's items, keeping their order.
@@ -65,14 +61,11 @@ class RefList {
     Link(other.m_tail)->m_list_next = m_head;
     if (!m_tail) m_tail = other.m_tail;
     m_head = other.m_head;
-    m_count += other.m_count;
     other.m_head = other.m_tail = nullptr;
-    other.m_count = 0;
   }
   void Swap(RefList& other) noexcept {
     std::swap(m_head, other.m_head);
     std::swap(m_tail, other.m_tail);
-    std::swap(m_count, other.m_count);
   }
   /// Releases every item, front first. The list is empty before the first release, so what a
   /// release sets off never sees a half-released list.
@@ -90,7 +83,6 @@ class RefList {
 
   T* m_head = nullptr;
   T* m_tail = nullptr;
-  std::size_t m_count = 0;
 };
 
 }  // namespace Ostrum::Undo::Private

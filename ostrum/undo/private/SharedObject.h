@@ -30,7 +30,6 @@ class SharedObject {
       }
     }
   }
-  std::int32_t GetRefCount() const { return m_ref_count; }
 
  private:
   std::int32_t m_ref_count = 1;

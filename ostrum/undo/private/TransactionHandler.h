@@ -32,8 +32,6 @@ class Transaction : public ReferredObject<Transaction, TransactionHandler, Undo:
     if (action_string) m_action_string = action_string;
   }
   const std::string& GetId() const { return m_id; }
-  Transaction* GetParent() const { return m_parent; }
-  Transaction* GetChild() const { return m_child; }
   /// Tells this transaction from a later one that the allocator put at the same address.
   std::uint64_t GetSerial() const { return m_serial; }
 

@@ -31,9 +31,8 @@ class ReferredObject : public OwnedObject<T, Owner> {
   /// Throws std::bad_alloc when the table cannot take another key.
   Handle* GetHandle() const {
     if (m_key == 0 && this->GetOwner()) {
-      const auto key = GetTransactionTable().RegisterObject(const_cast<ReferredObject*>(this));
-      if (key == 0) ThrowTableFull();
-      m_key = static_cast<std::int64_t>(key);
+      m_key = GetTransactionTable().RegisterObject(const_cast<ReferredObject*>(this));
+      if (m_key == 0) ThrowTableFull();
     }
     return reinterpret_cast<Handle*>(static_cast<std::uintptr_t>(m_key));
   }
@@ -53,11 +52,11 @@ class ReferredObject : public OwnedObject<T, Owner> {
 
  private:
   void _Unregister() {
-    if (m_key) GetTransactionTable().UnregisterObject(static_cast<Generic::BasicDescriptorTable::Key>(m_key));
+    if (m_key) GetTransactionTable().UnregisterObject(m_key);
     m_key = 0;
   }
 
-  mutable std::int64_t m_key = 0;
+  mutable Generic::BasicDescriptorTable::Key m_key = 0;
 };
 
 }  // namespace Ostrum::Undo::Private

@@ -16,18 +16,7 @@ constexpr double kPi = 3.141592653589793;
 class ProbeMatrix : public MMTransformMatrix {
  public:
   explicit ProbeMatrix(MMTransformMatrix const& m) : MMTransformMatrix(m) {}
-  bool ComputeBy(Class c) const {
-    switch (c) {
-      case eIdentity: return _ComputeInverseIdentity();
-      case eTranslation: return _ComputeInverseTranslation();
-      case eScale1D: return _ComputeInverseScale1D();
-      case eScale3D: return _ComputeInverseScale3D();
-      case eOrthoNormal: return _ComputeInverseOrthoNormal();
-      case eOrthoGonal: return _ComputeInverseOrthoGonal();
-      case eGeneral: break;
-    }
-    return _ComputeInverseGeneral();
-  }
+  bool ComputeBy(Class c) const { return _ComputeInverseAs(c); }
 };
 
 }  // namespace

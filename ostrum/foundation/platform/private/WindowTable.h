@@ -34,7 +34,6 @@ struct WindowInfo {
 struct ClassForCreate {
   ATOM atom = 0;
   WNDPROC proc = nullptr;
-  LPCWSTR name = nullptr;  // stable while the class has windows
 };
 
 /// The description of a new window for AddWindow.
@@ -45,12 +44,6 @@ struct NewWindow {
   DWORD thread_id = 0;
   HWND parent = nullptr;
   bool message_only = false;
-  DWORD style = 0;
-  DWORD ex_style = 0;
-  std::wstring name;
-  HMENU menu = nullptr;
-  HINSTANCE instance = nullptr;
-  int x = 0, y = 0, width = 0, height = 0;
 };
 
 class WindowTable {
@@ -63,9 +56,8 @@ class WindowTable {
   bool UnregisterClass(LPCWSTR name, HINSTANCE instance);
   ATOM GetClassInfo(HINSTANCE instance, LPCWSTR name, WNDCLASSEXW& out) const;
   /// Finds the class for a new window and counts the window in, so that the class cannot be
-  /// unregistered before AddWindow or ReleaseClass.
+  /// unregistered before AddWindow enters the window.
   std::optional<ClassForCreate> ReserveClass(LPCWSTR name, HINSTANCE instance);
-  void ReleaseClass(ATOM atom);
 
   // Windows.
   /// Enters a window of a reserved class and answers its new handle; handles are never reused.
@@ -93,5 +85,12 @@ class WindowTable {
   struct Impl;
   std::unique_ptr<Impl> m_impl;
 };
+
+/// The window's record; none, with ERROR_INVALID_WINDOW_HANDLE as the last error, if `hwnd` is
+/// no window.
+std::optional<WindowInfo> FindWindowOrFail(HWND hwnd);
+/// The same for a window the calling thread must own; none, with ERROR_ACCESS_DENIED, if
+/// another thread does.
+std::optional<WindowInfo> FindOwnWindowOrFail(HWND hwnd);
 
 }  // namespace Ostrum::Desktop::Private

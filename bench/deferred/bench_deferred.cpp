@@ -9,7 +9,7 @@
 #include <functional>
 
 #include "common/RatioReport.h"
-#include "ostrum/document/DeferredTaskManager.h"
+#include "ostrum/deferred/DeferredTaskManager.h"
 #include "ostrum/foundation/platform/HeadlessDriver.h"
 #include "ostrum/foundation/platform/MessageLoop.h"
 

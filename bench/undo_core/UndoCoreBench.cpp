@@ -13,7 +13,7 @@
 #include <memory>
 
 #include "common/RatioReport.h"
-#include "ostrum/document/DeferredTaskManager.h"
+#include "ostrum/deferred/DeferredTaskManager.h"
 #include "ostrum/foundation/platform/MessageLoop.h"
 #include "ostrum/undo/Manager.h"
 

@@ -20,7 +20,7 @@
 #include <vector>
 
 #include "common/RatioReport.h"
-#include "ostrum/document/DeferredTaskManager.h"
+#include "ostrum/deferred/DeferredTaskManager.h"
 #include "ostrum/document/MDocument.h"
 #include "ostrum/foundation/core/MFile.h"
 #include "ostrum/foundation/platform/MessageLoop.h"

@@ -11,7 +11,7 @@
 
 #include "PlannerModel.h"
 #include "PlannerTrace.h"
-#include "ostrum/document/DeferredTaskManager.h"
+#include "ostrum/deferred/DeferredTaskManager.h"
 #include "ostrum/foundation/core/CharacterSetConversions.h"
 #include "ostrum/foundation/platform/MessageLoop.h"
 #include "ostrum/undo/MUndoHandler.h"

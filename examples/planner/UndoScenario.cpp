@@ -3,7 +3,7 @@
 #include <string>
 
 #include "PlannerTrace.h"
-#include "ostrum/document/DeferredTaskManager.h"
+#include "ostrum/deferred/DeferredTaskManager.h"
 #include "ostrum/foundation/platform/MessageLoop.h"
 #include "ostrum/undo/Manager.h"
 

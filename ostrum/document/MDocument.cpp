@@ -13,7 +13,7 @@
 #include "ostrum/foundation/platform/CWinThread.h"
 #include "ostrum/objects/IObject.h"
 #include "ostrum/objects/IObserver.h"
-#include "ostrum/objects/ObserverWalk.h"
+#include "ostrum/objects/private/ObserverWalk.h"
 #include "ostrum/operations/MOperation.h"
 #include "ostrum/operations/private/ObserverCollection.h"
 #include "ostrum/document/private/OperationWrapper.h"

@@ -2,7 +2,7 @@
 // IObject: the interface through which operations reach any object of a document.
 
 #include "ostrum/Export.h"
-#include "ostrum/document/NotificationCenter.h"
+#include "ostrum/notification/NotificationCenter.h"
 #include "ostrum/foundation/markup/ISAXReference.h"
 
 class MOperation;

@@ -1,6 +1,6 @@
 #include "ostrum/objects/IObserver.h"
 
-#include "ostrum/objects/ObserverWalk.h"
+#include "ostrum/objects/private/ObserverWalk.h"
 
 IObserver::~IObserver() {
   Ostrum::ObserverWalk::_OnObserverDestroyed(this);

@@ -3,7 +3,7 @@
 #include <boost/container/small_vector.hpp>
 
 #include "ostrum/objects/IObserver.h"
-#include "ostrum/objects/ObserverWalk.h"
+#include "ostrum/objects/private/ObserverWalk.h"
 
 namespace {
 // Observer counts are small; a copy on the stack keeps Notify free of allocation.

@@ -1,4 +1,4 @@
-#include "ostrum/objects/ObserverWalk.h"
+#include "ostrum/objects/private/ObserverWalk.h"
 
 #include <algorithm>
 

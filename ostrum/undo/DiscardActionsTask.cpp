@@ -1,6 +1,6 @@
 #include "ostrum/undo/private/DiscardActionsTask.h"
 
-#include "ostrum/document/DeferredTaskManager.h"
+#include "ostrum/deferred/DeferredTaskManager.h"
 
 namespace Ostrum::Undo::Private {
 

@@ -3,7 +3,7 @@
 // actions or taking them out.
 
 #include "ostrum/Export.h"
-#include "ostrum/undo/IAction.h"
+#include "ostrum/action/IAction.h"
 
 namespace Ostrum::Undo {
 

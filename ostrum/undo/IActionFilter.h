@@ -2,7 +2,7 @@
 // Ostrum::Undo::IActionFilter: a predicate that chooses actions of a stack of undo history.
 
 #include "ostrum/Export.h"
-#include "ostrum/undo/IAction.h"
+#include "ostrum/action/IAction.h"
 
 namespace Ostrum::Undo {
 

@@ -2,7 +2,7 @@
 // Ostrum::Undo::Manager: the undo history of a document, as a pair of stacks of action groups.
 
 #include "ostrum/Export.h"
-#include "ostrum/undo/IAction.h"
+#include "ostrum/action/IAction.h"
 #include "ostrum/undo/IActionEnumAgent.h"
 #include "ostrum/undo/IActionFilter.h"
 #include "ostrum/undo/Transaction.h"

@@ -1,6 +1,6 @@
 #include "ostrum/undo/Transaction.h"
 
-#include "ostrum/undo/private/OpaquePointer.h"
+#include "ostrum/action/private/OpaquePointer.h"
 #include "ostrum/undo/private/TransactionHandler.h"
 
 namespace Ostrum::Undo {
@@ -9,7 +9,7 @@ namespace {
 
 // A handle is a key, never an address, and callers may hold a null one.
 Private::Transaction* Find(const Transaction* handle) {
-  return Private::Transaction::FromHandle(Private::Opaque(handle));
+  return Private::Transaction::FromHandle(Ostrum::Private::Opaque(handle));
 }
 
 }  // namespace

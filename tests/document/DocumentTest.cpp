@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "ostrum/document/DeferredTaskManager.h"
+#include "ostrum/deferred/DeferredTaskManager.h"
 #include "ostrum/document/MLocker.h"
 #include "ostrum/document/MMainFrame.h"
 #include "ostrum/document/MView.h"

@@ -18,7 +18,7 @@
 #include <string>
 #include <vector>
 
-#include "ostrum/document/DeferredTaskManager.h"
+#include "ostrum/deferred/DeferredTaskManager.h"
 #include "ostrum/document/MLocker.h"
 #include "ostrum/foundation/core/MFile.h"
 #include "ostrum/foundation/platform/MessageLoop.h"

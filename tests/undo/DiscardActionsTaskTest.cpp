@@ -6,7 +6,7 @@
 #include <stdexcept>
 
 #include "RecordingAction.h"
-#include "ostrum/document/DeferredTaskManager.h"
+#include "ostrum/deferred/DeferredTaskManager.h"
 #include "ostrum/foundation/platform/HeadlessDriver.h"
 #include "ostrum/foundation/platform/MessageDispatch.h"
 #include "ostrum/foundation/platform/MessageLoop.h"

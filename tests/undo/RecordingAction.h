@@ -7,7 +7,7 @@
 #include <string>
 
 #include "support/CallLog.h"
-#include "ostrum/undo/IAction.h"
+#include "ostrum/action/IAction.h"
 
 class RecordingAction : public Ostrum::IAction {
  public:

@@ -5,7 +5,7 @@
 
 #include "ostrum/document/MDocument.h"
 
-class MDocument::_UndoRedo::OperationDoer {
+class OSTRUM_LOCAL MDocument::_UndoRedo::OperationDoer {
  public:
   OperationDoer(MDocument* document, MOperation* operation, void* param);
   OperationDoer(const OperationDoer&) = delete;

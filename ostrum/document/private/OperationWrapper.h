@@ -8,9 +8,9 @@
 
 #include "ostrum/document/MDocument.h"
 #include "ostrum/foundation/core/MFileName.h"
-#include "ostrum/undo/IAction.h"
+#include "ostrum/action/IAction.h"
 
-class MDocument::_UndoRedo::OperationWrapper : public Ostrum::IAction {
+class OSTRUM_LOCAL MDocument::_UndoRedo::OperationWrapper : public Ostrum::IAction {
  public:
   /// Starts in the done state (the next perform is an undo) and owns `operation` from now on.
   OperationWrapper(MDocument* document, MOperation* operation);

@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "ostrum/undo/IAction.h"
+#include "ostrum/action/IAction.h"
 #include "ostrum/undo/private/RefList.h"
 #include "ostrum/undo/private/SharedObject.h"
 

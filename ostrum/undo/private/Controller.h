@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "ostrum/undo/IAction.h"
+#include "ostrum/action/IAction.h"
 #include "ostrum/undo/IActionEnumAgent.h"
 #include "ostrum/undo/IActionFilter.h"
 #include "ostrum/undo/Transaction.h"

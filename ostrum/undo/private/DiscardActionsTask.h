@@ -7,8 +7,8 @@
 
 #include <vector>
 
-#include "ostrum/document/DeferredTask.h"
-#include "ostrum/undo/IAction.h"
+#include "ostrum/deferred/DeferredTask.h"
+#include "ostrum/action/IAction.h"
 
 namespace Ostrum::Undo::Private {
 

@@ -10,7 +10,7 @@
 #include <thread>
 #include <vector>
 
-#include "ostrum/document/DeferredTaskManager.h"
+#include "ostrum/deferred/DeferredTaskManager.h"
 #include "ostrum/foundation/platform/MessageLoop.h"
 
 namespace {

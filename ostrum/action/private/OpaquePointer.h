@@ -1,7 +1,7 @@
 #pragma once
 // Opaque: a pointer the compiler must treat as unknown.
 
-namespace Ostrum::Undo::Private {
+namespace Ostrum::Private {
 
 /// `pointer`, passed through an empty asm statement. The compiler may assume that `this` is
 /// never null and drop a plain comparison; through this the check survives for callers that

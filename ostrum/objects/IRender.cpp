@@ -1,13 +1,7 @@
-// Out-of-line anchors and default bodies of the object interfaces.
+// The default bodies of the render interface: an object draws nothing, has no box and is
+// visible in every scene until it says otherwise.
 
-#include "ostrum/objects/IObject.h"
 #include "ostrum/objects/IRender.h"
-#include "ostrum/objects/MObject.h"
-#include "ostrum/objects/UIObject.h"
-
-IObject::~IObject() = default;
-MObject::~MObject() = default;
-UIObject::~UIObject() = default;
 
 IRender::~IRender() = default;
 void IRender::Render(IVRender&, const MSceneEx&) {}

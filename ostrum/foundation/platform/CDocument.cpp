@@ -1,23 +1,9 @@
-// The desktop framework's document, view and window objects of the desktop model.
-
 #include "ostrum/foundation/platform/CDocument.h"
-#include "ostrum/foundation/platform/CFrameWnd.h"
-#include "ostrum/foundation/platform/CView.h"
-#include "ostrum/foundation/platform/CWinThread.h"
 
 #include <algorithm>
 #include <cstddef>
 
-CObject::~CObject() = default;
-CCmdTarget::~CCmdTarget() = default;
-CFrameWnd::~CFrameWnd() = default;
-CWinThread::~CWinThread() = default;
-
-CView::~CView() {
-  if (m_document) m_document->RemoveView(this);
-}
-
-void CView::OnUpdate(CView*, LPARAM, CObject*) {}
+#include "ostrum/foundation/platform/CView.h"
 
 CDocument::~CDocument() {
   for (CView* view : m_views) view->m_document = nullptr;
@@ -61,9 +47,4 @@ CView* CDocument::GetNextView(POSITION& pos) const {
   CView* view = m_views[index];
   pos = index + 1 < m_views.size() ? reinterpret_cast<POSITION>(index + 2) : nullptr;
   return view;
-}
-
-CWinThread* AfxGetThread() {
-  thread_local CWinThread thread;
-  return &thread;
 }

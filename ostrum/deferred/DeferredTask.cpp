@@ -1,7 +1,7 @@
-#include "ostrum/document/DeferredTask.h"
+#include "ostrum/deferred/DeferredTask.h"
 
-#include "ostrum/document/private/DeferredTaskTable.h"
-#include "ostrum/undo/IAction.h"
+#include "ostrum/deferred/private/DeferredTaskTable.h"
+#include "ostrum/action/IAction.h"
 
 namespace Ostrum {
 

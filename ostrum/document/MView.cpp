@@ -1,9 +1,4 @@
-#include "ostrum/document/MMainFrame.h"
 #include "ostrum/document/MView.h"
-
-MMainFrame::~MMainFrame() = default;
-
-void MMainFrame::DoUpdateUI(MOperation&, void*) {}
 
 MView::~MView() = default;
 

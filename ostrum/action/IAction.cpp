@@ -1,13 +1,13 @@
-#include "ostrum/undo/IAction.h"
+#include "ostrum/action/IAction.h"
 
 #include <new>
 #include <stdexcept>
 
-#include "ostrum/undo/private/OpaquePointer.h"
+#include "ostrum/action/private/OpaquePointer.h"
 
 namespace Ostrum {
 
-using Undo::Private::Opaque;
+using Private::Opaque;
 
 IAction::~IAction() = default;
 

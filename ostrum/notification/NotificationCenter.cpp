@@ -1,4 +1,4 @@
-#include "ostrum/document/NotificationCenter.h"
+#include "ostrum/notification/NotificationCenter.h"
 
 namespace Ostrum {
 

@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-#include "ostrum/document/DeferredTask.h"
+#include "ostrum/deferred/DeferredTask.h"
 #include "ostrum/foundation/generics/BasicDescriptorTable.h"
 
 namespace Ostrum::Private {

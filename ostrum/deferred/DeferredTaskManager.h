@@ -10,8 +10,8 @@
 // in the thread's queue.
 
 #include "ostrum/Export.h"
-#include "ostrum/document/DeferredTask.h"
-#include "ostrum/undo/IAction.h"
+#include "ostrum/deferred/DeferredTask.h"
+#include "ostrum/action/IAction.h"
 
 namespace Ostrum {
 

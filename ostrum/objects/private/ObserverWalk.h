@@ -12,7 +12,7 @@ class IObserver;
 
 namespace Ostrum {
 
-class OSTRUM_API ObserverWalk {
+class ObserverWalk {
  public:
   ObserverWalk();
   ObserverWalk(const ObserverWalk&) = delete;

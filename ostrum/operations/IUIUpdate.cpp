@@ -1,9 +1,7 @@
-// The operation's companions: the command context and the update interface of windows.
+// The update interface of frame and views: which of the three hooks follows OnUpdateUI depends
+// on process-wide flags that the pipeline sets before it publishes.
 
 #include "ostrum/operations/IUIUpdate.h"
-#include "ostrum/operations/MOperationContext.h"
-
-MOperationContext::~MOperationContext() = default;
 
 bool IUIUpdate::mg_done = false;
 bool IUIUpdate::mg_undone = false;

@@ -1,4 +1,4 @@
-#include "ostrum/document/DeferredTaskManager.h"
+#include "ostrum/deferred/DeferredTaskManager.h"
 
 #include <cstdint>
 #include <map>
@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "ostrum/document/private/DeferredTaskTable.h"
+#include "ostrum/deferred/private/DeferredTaskTable.h"
 #include "ostrum/foundation/platform/MessageQueue.h"
 #include "ostrum/foundation/platform/ProcessIdentity.h"
 #include "ostrum/foundation/platform/TickCount.h"

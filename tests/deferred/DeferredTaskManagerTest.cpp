@@ -7,7 +7,7 @@
 #include <thread>
 
 #include "support/CallLog.h"
-#include "ostrum/document/DeferredTaskManager.h"
+#include "ostrum/deferred/DeferredTaskManager.h"
 #include "ostrum/foundation/platform/HeadlessDriver.h"
 #include "ostrum/foundation/platform/MessageDispatch.h"
 #include "ostrum/foundation/platform/MessageLoop.h"

@@ -1,0 +1,5 @@
+#include "ostrum/document/MMainFrame.h"
+
+MMainFrame::~MMainFrame() = default;
+
+void MMainFrame::DoUpdateUI(MOperation&, void*) {}

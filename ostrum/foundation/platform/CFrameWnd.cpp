@@ -1,0 +1,3 @@
+#include "ostrum/foundation/platform/CFrameWnd.h"
+
+CFrameWnd::~CFrameWnd() = default;

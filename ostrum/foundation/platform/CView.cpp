@@ -1,0 +1,9 @@
+#include "ostrum/foundation/platform/CView.h"
+
+#include "ostrum/foundation/platform/CDocument.h"
+
+CView::~CView() {
+  if (m_document) m_document->RemoveView(this);
+}
+
+void CView::OnUpdate(CView*, LPARAM, CObject*) {}

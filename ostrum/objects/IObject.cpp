@@ -1,0 +1,3 @@
+#include "ostrum/objects/IObject.h"
+
+IObject::~IObject() = default;

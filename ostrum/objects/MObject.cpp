@@ -1,0 +1,3 @@
+#include "ostrum/objects/MObject.h"
+
+MObject::~MObject() = default;

@@ -1,0 +1,3 @@
+#include "ostrum/objects/UIObject.h"
+
+UIObject::~UIObject() = default;

@@ -1,0 +1,3 @@
+#include "ostrum/operations/MOperationContext.h"
+
+MOperationContext::~MOperationContext() = default;

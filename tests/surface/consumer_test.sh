@@ -1,0 +1,35 @@
+#!/usr/bin/env bash
+# Installs the framework from a build tree into a temporary prefix, moves that prefix
+# elsewhere (a package must not depend on where it was installed), then builds the consumer
+# project against it (every public header on its own, a host through find_package and one
+# through pkg-config) and runs both hosts.
+#   consumer_test.sh BUILD_DIR CONSUMER_SOURCE_DIR WORK_DIR
+set -euo pipefail
+build=$1
+consumer=$2
+work=$3
+
+rm -rf "$work"
+mkdir -p "$work"
+cmake --install "$build" --prefix "$work/installed" >/dev/null
+mv "$work/installed" "$work/moved"
+prefix="$work/moved"
+
+pc=$(find "$prefix" -name ostrum-framework.pc -print -quit)
+[[ -n "$pc" ]] || { echo "no ostrum-framework.pc installed"; exit 1; }
+launcher=()
+if command -v ccache >/dev/null; then launcher=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache); fi
+export PKG_CONFIG_PATH="$(dirname "$pc")"
+cmake -S "$consumer" -B "$work/build" -G Ninja -DCMAKE_BUILD_TYPE=Release \
+  -DCMAKE_PREFIX_PATH="$prefix" "${launcher[@]}" >"$work/configure.log" 2>&1 ||
+  { cat "$work/configure.log"; exit 1; }
+cmake --build "$work/build" -j2
+
+mkdir -p "$work/undo"
+for host in host_cmake host_pkgconfig; do
+  echo "== $host"
+  "$work/build/$host" "$work/undo"
+done
+leftovers=$(find "$work/undo" -mindepth 1)
+[[ -z "$leftovers" ]] || { echo "undo files left behind:"; echo "$leftovers"; exit 1; }
+rm -rf "$work"

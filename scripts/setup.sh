@@ -32,12 +32,13 @@ ostrum_install_missing() {
 }
 
 # ostrum_configure BUILD_DIR [extra cmake args...]
+# Warnings are errors unless OSTRUM_WERROR=0 (for trying a newer compiler, say).
 ostrum_configure() {
   local build_dir="$1"; shift
   export CCACHE_DIR="${CCACHE_DIR:-$HOME/.cache/ccache}"
   cmake -S "$OSTRUM_ROOT" -B "$build_dir" -G Ninja \
     -DCMAKE_BUILD_TYPE="${OSTRUM_BUILD_TYPE:-RelWithDebInfo}" \
-    -DOSTRUM_WERROR=ON \
+    -DOSTRUM_WERROR="${OSTRUM_WERROR:-1}" \
     -DCMAKE_C_COMPILER_LAUNCHER=ccache -DCMAKE_CXX_COMPILER_LAUNCHER=ccache \
     "$@"
 }

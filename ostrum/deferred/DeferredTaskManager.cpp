@@ -217,12 +217,10 @@ void RunIdleQueue() {
     session->m_idle = session->NewIdle();
     session->m_idle->swap(rest);
   } else {
-    // A task of this run registered idle tasks. Their entries join the end of this run's
-    // remainder, which is then dropped with them: neither those nor the unfinished entries are
-    // ever reached, their handles stay valid, and the timer fires on the emptied new queue.
-    // Callers must not rely on idle tasks registered from within idle tasks.
+    // A task of this run registered idle tasks: nothing is dropped, the unfinished entries go
+    // first and the new ones after them, in one queue.
     rest.insert(rest.end(), session->m_idle->begin(), session->m_idle->end());
-    session->m_idle->clear();
+    session->m_idle->swap(rest);
   }
   SetTimer(session->m_window, kIdleTimer, kIdleDelayMs, nullptr);
 }

@@ -13,6 +13,7 @@
 #include "ostrum/foundation/platform/CWinThread.h"
 #include "ostrum/foundation/platform/MessageLoop.h"
 #include "ostrum/operations/IUIUpdate.h"
+#include "ostrum/operations/MOperationContext.h"
 #include "ostrum/undo/Manager.h"
 #include "ostrum/objects/MObject.h"
 #include "support/TestDocument.h"
@@ -185,6 +186,45 @@ TEST_F(DocumentPipeline, UndoLockTakesTheUndoFlagAwayBeforePrepare) {
   EXPECT_FALSE(doc.IsUndoLocked());
   EXPECT_TRUE(Send());
   EXPECT_EQ(probe.flags_at_prepare, 0x770008u);
+}
+
+// Each changing operation refreshes the title, and a refresh of a modified document's title
+// appends a mark without looking for one already there: the marks pile up, as hosts have
+// always seen them; undo refreshes it too.
+TEST_F(DocumentPipeline, EveryRefreshOfAModifiedTitleAppendsOneMoreMark) {
+  EXPECT_TRUE(Send());
+  EXPECT_EQ(doc.GetTitle(), L"plan*");
+  EXPECT_TRUE(Send());
+  EXPECT_EQ(doc.GetTitle(), L"plan**");
+  EXPECT_TRUE(doc.UndoOperation());
+  EXPECT_EQ(doc.GetTitle(), L"plan***");
+  flags &= ~MOperation::FLAG_CAUSES_DOCUMENT_CHANGE;
+  EXPECT_TRUE(Send());
+  EXPECT_EQ(doc.GetTitle(), L"plan***") << "an operation that changes nothing leaves the title";
+  doc.SetModifiedFlag(false);
+  doc.SetTitle(L"plan");
+  EXPECT_EQ(doc.GetTitle(), L"plan") << "an unmodified document gets no mark";
+}
+
+// A command offered through the context: only a remove with objects is possible, and Execute
+// sends a remove of the context's objects, in their order, through the document, then answers
+// false whatever came of it.
+TEST_F(DocumentPipeline, ExecuteSendsTheCommandOnTheContextsObjectsAndAnswersFalse) {
+  MOperationContext context;
+  EXPECT_FALSE(MOperation::IsExecutePossible(context, MOperation::ACTION_REMOVE)) << "no objects";
+  context.AddObject(&b);
+  context.AddObject(&a);
+  EXPECT_TRUE(MOperation::IsExecutePossible(context, MOperation::ACTION_REMOVE));
+  EXPECT_FALSE(MOperation::IsExecutePossible(context, MOperation::ACTION_ADD));
+  EXPECT_FALSE(MOperation::Execute(context, MOperation::ACTION_REMOVE));
+  EXPECT_EQ(log, (Calls{"b.Prepare", "a.Prepare", "doc._PrepareOperation", "b.SaveState(op)", "a.SaveState(op)",
+                        "b.Do", "a.Do", "doc._DoOperation", "o.Update", "doc.DoUpdateUI"}))
+      << "the remove ran whole, and still the answer is false";
+  EXPECT_TRUE(doc.GetUndoManager()->CanUndo());
+  log.clear();
+  a.prepare_answer = false;
+  EXPECT_FALSE(MOperation::Execute(context, MOperation::ACTION_REMOVE));
+  EXPECT_EQ(log, (Calls{"b.Prepare", "a.Prepare"})) << "a refused remove stops after prepare";
 }
 
 // The document constructed last receives the operations; once it is gone, an operation sent finds

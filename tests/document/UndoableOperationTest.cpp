@@ -28,6 +28,7 @@
 #include "ostrum/undo/Manager.h"
 #include "support/TestDocument.h"
 #include "support/TestObjects.h"
+#include "support/ChildProcess.h"
 
 namespace {
 
@@ -382,16 +383,7 @@ const BudgetRow kBudgets[] = {
 INSTANTIATE_TEST_SUITE_P(Cases, Budget, testing::ValuesIn(kBudgets),
                          [](const auto& info) { return std::string(info.param.name); });
 
-// Runs `check` in a child process and answers its exit code, -1 if it did not exit.
-int InChild(const std::function<int()>& check) {
-  const pid_t pid = fork();
-  if (pid == 0) _exit(check());
-  int status = 0;
-  waitpid(pid, &status, 0);
-  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-}
-
-// A fault of the undo directory; the answer is a mask of the checks that failed.
+// A fault of the undo directory or of the process's limits.
 struct FaultRow {
   const char* name;
   void (*arrange)(UndoableOperations&);
@@ -399,41 +391,44 @@ struct FaultRow {
 };
 void PrintTo(const FaultRow& row, std::ostream* out) { *out << row.name; }
 struct Faults : UndoableOperations, testing::WithParamInterface<std::tuple<FaultRow, bool>> {
-  int Check(bool undo_once) {
-    int failed = 0;
+  void Check(ChildChecks& c, bool undo_once) {
     const auto before = s.Snap();
     MOperation* op = Op(MOperation::ACTION_CHANGE_LABEL, {&s}, L"changed");
     if (undo_once) op->AddFlags(MOperation::FLAG_SHOULD_UNDO_ONCE);
     const bool result = Do(op);
     const auto after = s.Snap();
     if (!undo_once) {
-      if (result) failed |= 1;
-      if (after != before) failed |= 2;
-      if (manager().CanUndo()) failed |= 4;
+      c.Check(!result, "an operation without its undo file fails");
+      c.Check(after == before, "and changes nothing");
+      c.Check(!manager().CanUndo(), "and leaves no step");
     } else {
-      if (!result) failed |= 1;
-      if (after == before) failed |= 2;
+      c.Check(result, "an operation to be undone once at most runs without its undo file");
+      c.Check(after != before, "and changes the object");
       doc.UndoOperation();  // nothing to load: quietly nothing, but the step moves
-      if (s.Snap() != after) failed |= 4;
-      if (manager().CanUndo() || !manager().CanRedo()) failed |= 8;
+      c.Check(s.Snap() == after, "its undo has nothing to restore");
+      c.Check(!manager().CanUndo() && manager().CanRedo(), "the step moves to the redo side");
       doc.RedoOperation();
-      if (s.Snap() != after || !manager().CanUndo()) failed |= 16;
+      c.Check(s.Snap() == after && manager().CanUndo(), "and back");
     }
     Ostrum::Desktop::RunUntilIdle();
-    if (FileCount() != 0) failed |= 32;
-    return failed;
+    c.Check(FileCount() == 0, "no undo file is left");
   }
 };
 
 TEST_P(Faults, FailWithNothingChangedOrRunWithoutUndoData) {
   const auto& [row, undo_once] = GetParam();
   s.bytes.resize(64 * 1024);
-  const auto run = [&] {
+  const auto run = [&](ChildChecks& c) {
     row.arrange(*this);
-    return Check(undo_once);
+    Check(c, undo_once);
   };
-  const int failed = row.in_child ? InChild(run) : run();
-  EXPECT_EQ(failed, 0);
+  if (row.in_child) {
+    EXPECT_EQ(RunInChild(run), "");
+  } else {
+    ChildChecks checks;
+    run(checks);
+    EXPECT_EQ(checks.Failures(), "");
+  }
   EXPECT_EQ(FileCount(), 0u);
 }
 

@@ -8,7 +8,6 @@
 #include <filesystem>
 #include <fstream>
 #include <map>
-#include <regex>
 #include <set>
 #include <sstream>
 #include <string>
@@ -65,14 +64,27 @@ std::vector<std::string> FrameworkFiles() {
   return files;
 }
 
+// The framework header a line includes ("ostrum/..."), or "" for any other line.
+std::string IncludedFrameworkHeader(const std::string& line) {
+  size_t i = line.find_first_not_of(" \t");
+  if (i == std::string::npos || line[i] != '#') return "";
+  i = line.find_first_not_of(" \t", i + 1);
+  if (i == std::string::npos || line.compare(i, 7, "include") != 0) return "";
+  i = line.find_first_not_of(" \t", i + 7);
+  if (i == std::string::npos || (line[i] != '"' && line[i] != '<')) return "";
+  const size_t end = line.find(line[i] == '"' ? '"' : '>', i + 1);
+  if (end == std::string::npos) return "";
+  const std::string path = line.substr(i + 1, end - i - 1);
+  return path.rfind("ostrum/", 0) == 0 ? path : "";
+}
+
 std::vector<Include> IncludesOf(const std::string& file) {
-  static const std::regex kInclude(R"(^\s*#\s*include\s*["<](ostrum/[^">]+)[">])");
   std::vector<Include> includes;
   std::ifstream in(fs::path(OSTRUM_SOURCE_DIR) / "ostrum" / file);
   std::string line;
-  std::smatch match;
   for (int number = 1; std::getline(in, line); ++number)
-    if (std::regex_search(line, match, kInclude)) includes.push_back({"ostrum/" + file, number, match[1]});
+    if (std::string header = IncludedFrameworkHeader(line); !header.empty())
+      includes.push_back({"ostrum/" + file, number, header});
   return includes;
 }
 

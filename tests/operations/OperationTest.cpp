@@ -28,6 +28,30 @@ struct HostTexts : testing::Test {
 
 constexpr uint32_t kUnchanged = 0xFFFFFFFF;  // the action keeps the flags that stood before
 
+// The stages an action's flags ask for, by name.
+using Op = MOperation;
+constexpr uint32_t kUpdates = Op::FLAG_NEEDS_UPDATE_UI;  // frame and views
+constexpr uint32_t kDone = Op::FLAG_HAS_TO_BE_DONE | kUpdates;
+constexpr uint32_t kUndoable = Op::FLAG_HAS_TO_BE_PREPARED | Op::FLAG_CAN_BE_UNDONE | kDone;
+constexpr uint32_t kChanges = Op::FLAG_CAUSES_DOCUMENT_CHANGE;
+constexpr uint32_t kObservers = Op::FLAG_NEEDS_UPDATE_OBSERVERS;
+
+// The flags' numeric values are part of the interface (hosts store and compare them).
+TEST(MOperation, FlagsHaveTheirFixedValues) {
+  EXPECT_EQ(Op::FLAG_NEEDS_OBJECTS, 0x1u);
+  EXPECT_EQ(Op::FLAG_CAN_BE_REVERSED, 0x2u);
+  EXPECT_EQ(Op::FLAG_SHOULD_UNDO_ONCE, 0x4u);
+  EXPECT_EQ(Op::FLAG_CAUSES_DOCUMENT_CHANGE, 0x8u);
+  EXPECT_EQ(Op::FLAG_HAS_TO_BE_PREPARED, 0x10000u);
+  EXPECT_EQ(Op::FLAG_CAN_BE_UNDONE, 0x20000u);
+  EXPECT_EQ(Op::FLAG_HAS_TO_BE_DONE, 0x40000u);
+  EXPECT_EQ(Op::FLAG_NEEDS_UPDATE_FRAME | Op::FLAG_NEEDS_UPDATE_VIEW, 0x300000u);
+  EXPECT_EQ(Op::FLAG_NEEDS_UPDATE_OBSERVERS, 0x400000u);
+  EXPECT_EQ(Op::FLAG_NO_UPDATE_LOG, 0x1000000u);
+  EXPECT_EQ(Op::FLAGS_DEFAULT, kUndoable | kObservers | kChanges);
+  EXPECT_EQ(Op::FLAGS_DEFAULT, 0x770008u);
+}
+
 struct ActionRow {
   uint32_t action, flags, inverse, text_id;
   const wchar_t* bare;        // the action string without objects: the gap of the name closes
@@ -66,12 +90,18 @@ TEST_P(MOperationActionTable, SetsFlagsAndNamesInverseAndText) {
 }
 
 const ActionRow kActions[] = {
-    {0, 0x370008, 1, 352, L"Add", L"Add Screws"},      {1, 0x770008, 0, 353, L"removed", L"Screws removed"},
-    {2, kUnchanged, 2, 778, L"", L""},                 {3, 0x340000, 0, 353, L"removed", L"Screws removed"},
-    {4, 0x370008, 4, 356, L"Action", L"Screws"},       {5, 0x37000A, 6, 354, L"Move to front", L"Move Screws to front"},
-    {6, 0x37000A, 5, 355, L"", L""},                   {7, 0x700000, 7, 358, L"Change", L"Change"},
-    {8, 0x700000, 8, 358, L"Change", L"Change"},       {400, 0x340000, 400, 357, L"Run 100% of", L"Run 100% of Screws"},
-    {9, kUnchanged, 9, 358, L"Change", L"Change"},     {60000, kUnchanged, 60000, 358, L"Change", L"Change"}};
+    {0, kUndoable | kChanges, 1, 352, L"Add", L"Add Screws"},
+    {1, kUndoable | kChanges | kObservers, 0, 353, L"removed", L"Screws removed"},
+    {2, kUnchanged, 2, 778, L"", L""},
+    {3, kDone, 0, 353, L"removed", L"Screws removed"},
+    {4, kUndoable | kChanges, 4, 356, L"Action", L"Screws"},
+    {5, kUndoable | kChanges | Op::FLAG_CAN_BE_REVERSED, 6, 354, L"Move to front", L"Move Screws to front"},
+    {6, kUndoable | kChanges | Op::FLAG_CAN_BE_REVERSED, 5, 355, L"", L""},
+    {7, kUpdates | kObservers, 7, 358, L"Change", L"Change"},
+    {8, kUpdates | kObservers, 8, 358, L"Change", L"Change"},
+    {400, kDone, 400, 357, L"Run 100% of", L"Run 100% of Screws"},
+    {9, kUnchanged, 9, 358, L"Change", L"Change"},
+    {60000, kUnchanged, 60000, 358, L"Change", L"Change"}};
 
 INSTANTIATE_TEST_SUITE_P(Actions, MOperationActionTable, testing::ValuesIn(kActions),
                          [](const auto& info) { return "Action" + std::to_string(info.param.action); });
@@ -120,7 +150,7 @@ TEST(MOperation, RecordIsTheActionInFourLittleEndianBytes) {
   EXPECT_TRUE(op.Load(file));
   EXPECT_EQ(op.GetAction(), 0x01020304u);
   EXPECT_TRUE(op.Load(file));
-  EXPECT_EQ(op.GetFlags(), 0x700000u) << "Load must not rebuild the flags of action 4";
+  EXPECT_EQ(op.GetFlags(), kUpdates | kObservers) << "Load must not rebuild the flags of action 4";
   EXPECT_FALSE(op.Load(file));
   EXPECT_EQ(op.GetAction(), 4u) << "half a record must not overwrite the action";
   EXPECT_TRUE(file.CLOSE());

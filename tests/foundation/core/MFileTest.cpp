@@ -19,6 +19,7 @@
 
 #include "ostrum/foundation/core/CharacterSetConversions.h"
 #include "ostrum/foundation/core/MFileName.h"
+#include "support/ChildProcess.h"
 
 namespace {
 
@@ -142,31 +143,23 @@ TEST(MFile, FullDiskFailsTheWriteAndTheClose) {
 }
 
 // A write past the process's file size limit comes back short, if SIGXFSZ is ignored. The limit
-// and the ignored signal stay in a child, which answers by its exit code.
+// and the ignored signal stay in a child.
 TEST(MFile, FileSizeLimitGivesAShortWrite) {
   TempDir dir;
-  const pid_t child = ::fork();
-  ASSERT_GE(child, 0);
-  if (child == 0) {
-    ::signal(SIGXFSZ, SIG_IGN);
-    const rlimit limit{1000, 1000};
-    ::setrlimit(RLIMIT_FSIZE, &limit);
-    auto require = [](bool ok, int code) {
-      if (!ok) ::_exit(code);
-    };
-    const std::vector<double> data(300, 3.0);  // 2400 bytes, past the buffer
-    const MFileName name = dir.File(L"limited.bin");
-    MFile file(64);
-    require(file.OPEN_WRITE(name), 10);
-    require(file.WRITE(data.data(), data.size()) == 125, 11);  // the whole doubles that 1000 bytes hold
-    require(!file.CLOSE(), 12);
-    require(name.FILE_SIZE() == 1000, 13);
-    ::_exit(0);
-  }
-  int status = 0;
-  ::waitpid(child, &status, 0);
-  EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0)
-      << "exit " << WEXITSTATUS(status) << " (the failed requirement), signal " << WTERMSIG(status);
+  EXPECT_EQ(RunInChild([&](ChildChecks& c) {
+              ::signal(SIGXFSZ, SIG_IGN);
+              const rlimit limit{1000, 1000};
+              ::setrlimit(RLIMIT_FSIZE, &limit);
+              const std::vector<double> data(300, 3.0);  // 2400 bytes, past the buffer
+              const MFileName name = dir.File(L"limited.bin");
+              MFile file(64);
+              if (!c.Check(file.OPEN_WRITE(name), "the file opens")) return;
+              const size_t written = file.WRITE(data.data(), data.size());
+              c.Check(written == 125, "the whole doubles 1000 bytes hold are written, not " + std::to_string(written));
+              c.Check(!file.CLOSE(), "CLOSE tells of the failed write");
+              c.Check(name.FILE_SIZE() == 1000, "the file stops at the limit, not at " + std::to_string(name.FILE_SIZE()));
+            }),
+            "");
 }
 
 // A failed call leaves the name empty, so that opening it fails too and no older file is

@@ -59,7 +59,6 @@ void RunCleanupScenario() {
   using Ostrum::DeferredTaskManager;
   constexpr unsigned int kIdle = DeferredTaskManager::IDLE_PRIORITY;
 
-  DeferredTaskManager::StartDeferredTaskManagerSession();
   g_start = GetTickCount();
 
   Schedule(L"write the measurement log", 5);
@@ -79,7 +78,6 @@ void RunCleanupScenario() {
     Trace(Now() + L"idle after " + std::to_wstring(messages) + L" messages");
   }
   Trace(L"the preview task's handle still answers: " + std::wstring(preview->IsValid() ? L"valid" : L"spent"));
-  DeferredTaskManager::EndDeferredTaskManagerSession();
 }
 
 }  // namespace planner

@@ -29,20 +29,24 @@ std::wstring Point(const MMPoint3d<double>& p) {
   return buffer;
 }
 
-// The undo files of this process in the undo directory, with their sizes.
+// The undo files of this process in the undo directory, with their sizes. Beside them stands
+// the process's own directory, VarnUndo[<pid>], whose lock tells later processes that these
+// files are still in use.
 void ShowFiles(const fs::path& directory, const std::wstring& when) {
   std::vector<std::pair<std::string, uintmax_t>> files;
   uintmax_t total = 0;
-  for (const auto& entry : fs::directory_iterator(directory)) {
-    files.emplace_back(entry.path().filename().string(), entry.file_size());
-    total += entry.file_size();
+  std::error_code error;
+  for (const auto& entry : fs::directory_iterator(directory, error)) {
+    if (!entry.is_regular_file(error)) continue;
+    files.emplace_back(entry.path().filename().string(), entry.file_size(error));
+    total += files.back().second;
   }
   std::sort(files.begin(), files.end());
   Trace(L"undo files " + when + L": " + std::to_wstring(files.size()) + L" files, " + std::to_wstring(total) +
         L" bytes");
   TraceScope scope;
   for (const auto& [name, size] : files)
-    Trace(CharacterSetConversions::FromUTF8(name) + L"  " + std::to_wstring(size) + L" bytes");
+    Trace(CharacterSetConversions::FromNativePath(name) + L"  " + std::to_wstring(size) + L" bytes");
 }
 
 // Actions leaving the history are destroyed at idle time; their files go with them.
@@ -65,16 +69,17 @@ std::wstring Top(PlannerDocument& doc) {
 }  // namespace
 
 void RunDocumentUndoScenario() {
-  char pattern[] = "/tmp/ostrum-planner-undo-XXXXXX";
-  if (!mkdtemp(pattern)) {
+  // A directory of its own in the system's temporary directory, so its files can be listed.
+  std::string pattern =
+      CharacterSetConversions::ToNativePath(MFileName::GET_TEMP_DIRECTORY()) + "ostrum-planner-undo-XXXXXX";
+  if (!mkdtemp(pattern.data())) {
     Trace(L"no undo directory could be made; undo scenario skipped");
     return;
   }
   const fs::path directory = pattern;
-  MUndoHandler::SetUndoTempDir(CharacterSetConversions::FromUTF8(directory.string()).c_str());
+  MUndoHandler::SetUndoTempDir(CharacterSetConversions::FromNativePath(directory.native()).c_str());
   const bool tracing = HookTracing();
   SetHookTracing(false);
-  Ostrum::DeferredTaskManager::StartDeferredTaskManagerSession();
   {
     PlannerDocument doc;
     doc.MarkLoaded();
@@ -83,7 +88,7 @@ void RunDocumentUndoScenario() {
     PlanObject* screw = doc.Make(L"Screw", L"screw 1", 3 * 65536);
 
     Heading(L"undo files: done, undone, redone");
-    Trace(L"undo directory " + CharacterSetConversions::FromUTF8(directory.string()));
+    Trace(L"undo directory " + CharacterSetConversions::FromNativePath(directory.native()));
     auto* rename = new PlannerOperation(MOperation::ACTION_NONE);
     rename->ChangeLabel(L"implant A, 4.5 mm");
     rename->AddObject(implant);
@@ -130,15 +135,13 @@ void RunDocumentUndoScenario() {
     Trace(L"budget set to " + std::to_wstring(budget) + L" bytes");
     ShowFiles(directory, L"before the next operation");
     Move(implant, 1.0);
-    RunUntilIdle();
-    ShowFiles(directory, L"after it (oldest groups removed at idle time)");
+    ShowFiles(directory, L"after it (the oldest groups went, with their files, before it wrote its own)");
     Trace(L"history now: " + Top(doc));
     MDocument::SetUndoDiskSpace(104857600);
   }
-  RunUntilIdle();
   ShowFiles(directory, L"after the document closed");
+  RunUntilIdle();
   SetHookTracing(tracing);
-  Ostrum::DeferredTaskManager::EndDeferredTaskManagerSession();
   std::error_code ignored;
   fs::remove_all(directory, ignored);
   MUndoHandler::SetUndoTempDir(L"");

@@ -109,13 +109,25 @@ void PlanObject::SaveState(const MOperation*, MStreamUndoOut& out) {
                   static_cast<int>(m_vertices.size() * sizeof(float)));
 }
 
+// Reads what SaveState wrote. The count comes from a file, so it is bounded before anything is
+// allocated for it, and a state cut short leaves the object as it was: the framework then
+// notices the short read and puts the objects back itself.
 void PlanObject::LoadState(const MOperation*, MStreamUndoIn& in) {
+  constexpr long long kMaxVertexFloats = 1LL << 28;  // 1 GiB of floats
+  MFile& file = *in.GetMFile();
+  std::wstring label = m_label;
+  MMTransformMatrix placement = m_placement;
   long long count = 0;
-  in >> m_label;
-  in >> m_placement;
+  in >> label;
+  in >> placement;
   in >> count;
-  m_vertices.resize(static_cast<size_t>(count));
-  in.GetMFile()->READ(reinterpret_cast<unsigned char*>(m_vertices.data()), m_vertices.size() * sizeof(float));
+  if (file.HAS_SHORT_READ() || count < 0 || count > kMaxVertexFloats) return;
+  std::vector<float> vertices(static_cast<size_t>(count));
+  const size_t bytes = vertices.size() * sizeof(float);
+  if (file.READ(reinterpret_cast<unsigned char*>(vertices.data()), bytes) != bytes) return;
+  m_label = std::move(label);
+  m_placement = placement;
+  m_vertices = std::move(vertices);
 }
 
 PlannerDocument::PlannerDocument() { SetTitle(L"plan.ostrum"); }

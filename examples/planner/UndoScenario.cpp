@@ -59,7 +59,6 @@ void TraceMenu(const Manager& manager) {
 }  // namespace
 
 void RunUndoScenario() {
-  Ostrum::DeferredTaskManager::StartDeferredTaskManagerSession();
   Manager history;
 
   Heading(L"undo history: steps of host actions");
@@ -106,7 +105,6 @@ void RunUndoScenario() {
   Trace(L"the history is cleaned up; its moves are destroyed at idle time");
   history.Cleanup();
   Ostrum::Desktop::RunUntilIdle();
-  Ostrum::DeferredTaskManager::EndDeferredTaskManagerSession();
 }
 
 }  // namespace planner

@@ -12,6 +12,7 @@
 #include "PlannerModel.h"
 #include "PlannerTrace.h"
 #include "UndoScenario.h"
+#include "ostrum/deferred/DeferredTaskManager.h"
 #include "ostrum/document/MLocker.h"
 #include "ostrum/undo/Manager.h"
 
@@ -36,6 +37,9 @@ void Run(PlannerDocument& doc, PlannerOperation* op, const std::wstring& what) {
 
 int main() {
   FillStringTable();
+  // The deferred-task session of the user-interface thread, for the whole program: undo steps
+  // that leave a history are destroyed in it at idle time. It ends after the document.
+  Ostrum::DeferredTaskManager::ScopedSession session;
   PlannerDocument doc;
   doc.MarkLoaded();
 

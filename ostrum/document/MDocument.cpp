@@ -17,6 +17,9 @@
 #include "ostrum/operations/MOperation.h"
 #include "ostrum/operations/private/ObserverCollection.h"
 #include "ostrum/document/private/OperationWrapper.h"
+#include "ostrum/document/private/UndoBudget.h"
+#include "ostrum/document/private/UndoFiles.h"
+#include "ostrum/foundation/platform/DebugOutput.h"
 #include "ostrum/undo/IActionFilter.h"
 #include "ostrum/undo/Manager.h"
 #include "ostrum/undo/Transaction.h"
@@ -46,6 +49,7 @@ MDocument::MDocument() {
   m_mouse_handler = nullptr;
   mgp_database = nullptr;
   MOperation::mgp_document = this;
+  m_undo_files = std::make_shared<_UndoRedo::UndoFiles>();
   m_undo_manager = new Ostrum::Undo::Manager;
   // The application has one repository at a time: the first living document makes it and the
   // last one to die deletes it, so documents alive together share one tree.
@@ -73,15 +77,38 @@ bool MDocument::DoOperation(MOperation* operation, void* param) {
 
 bool MDocument::UndoOperation() {
   if (!m_undo_manager) return false;
+  // Room for the redo state the step is about to write, without the step itself.
+  if (m_undo_manager->CanUndo())
+    Ostrum::Private::TrimUndoFiles(*m_undo_manager, m_undo_files->bytes, GetUndoDiskSpace(), true);
+  m_undo_files->failed_run = nullptr;
   m_undo_manager->Undo();
-  return true;
+  return !_TakeBackFailedRun(true);
 }
 
 bool MDocument::PurgeUndoStack() { return false; }
 
 bool MDocument::RedoOperation() {
   if (!m_undo_manager) return false;
+  m_undo_files->failed_run = nullptr;
   m_undo_manager->Redo();
+  return !_TakeBackFailedRun(false);
+}
+
+bool MDocument::_TakeBackFailedRun(bool undo) {
+  if (!m_undo_files->failed_run) return false;
+  // The steps done before the failure are performed the other way; the failed one and those
+  // after it were passed over and are passed over again. Group and document end as before.
+  m_undo_files->failed_run = nullptr;
+  if (undo)
+    m_undo_manager->Redo();
+  else
+    m_undo_manager->Undo();
+  if (m_undo_files->failed_run) {
+    // A second fault while taking the first back: the history no longer matches the document.
+    m_undo_files->failed_run = nullptr;
+    m_undo_manager->Cleanup();
+    OutputDebugStringW(L"Ostrum: an undo step failed while a failed run was taken back; the undo history was emptied");
+  }
   return true;
 }
 

@@ -4,6 +4,7 @@
 // state, execute, publish to observers, frame and views, commit, recycling.
 
 #include <cstdint>
+#include <memory>
 
 #include "ostrum/Export.h"
 #include "ostrum/document/MLocker.h"
@@ -38,6 +39,7 @@ class OSTRUM_API MDocument : public CDocument {
   struct _UndoRedo {
     class OperationDoer;
     class OperationWrapper;
+    class UndoFiles;
   };
 
   /// Clears the active document if it is this one.
@@ -51,11 +53,15 @@ class OSTRUM_API MDocument : public CDocument {
   /// the way out: the caller must not touch the operation after the call. `param` is opaque
   /// and reaches the frame and the views.
   virtual bool DoOperation(MOperation* operation, void* param);
-  /// Undoes the newest step; false without an undo manager.
+  /// Undoes the newest step. False without an undo manager, and when the step cannot go ahead
+  /// (its redo state cannot be written within the disk budget, or a file of it is no longer
+  /// the one written): document and history then stay as they were, and the call can be
+  /// tried again once the fault is gone. True otherwise, also with nothing to undo.
   virtual bool UndoOperation();
   /// Not supported: answers false and does nothing.
   virtual bool PurgeUndoStack();
-  /// Redoes the newest undone step; false without an undo manager.
+  /// Redoes the newest undone step; false without an undo manager, and when a redo file is no
+  /// longer the one written (document and history then stay as they were).
   virtual bool RedoOperation();
   /// Sends `operation` to the main frame and the views as its flags ask; the third argument
   /// is not looked at. Nothing happens without a main frame.
@@ -147,7 +153,9 @@ class OSTRUM_API MDocument : public CDocument {
   /// The process-wide repository of coordinate systems, made by the document's constructor
   /// and deleted by its destructor; null when there is none.
   static MTransformRepositoryEx* GetTransformRep();
-  /// Budget in bytes of the undo files; 104857600 by default.
+  /// Budget in bytes of the undo and redo files of each document's history; 104857600 by
+  /// default. Before a step writes a file, the oldest steps go until the files on disk fit
+  /// in it, so the disk never holds more than the budget plus the step being written.
   static long long GetUndoDiskSpace() { return m_undo_disk_space; }
   static void SetUndoDiskSpace(long long bytes) { m_undo_disk_space = bytes; }
 
@@ -175,7 +183,13 @@ class OSTRUM_API MDocument : public CDocument {
   bool m_doc_loaded = false;
 
  private:
+  /// Takes back a run of the undo manager in which a step could not go ahead: the group is
+  /// performed the other way, so that document and history are as before. False if there was
+  /// nothing to take back; an undo run when `undo`.
+  OSTRUM_LOCAL bool _TakeBackFailedRun(bool undo);
+
   Ostrum::Undo::Manager* m_undo_manager = nullptr;
+  std::shared_ptr<_UndoRedo::UndoFiles> m_undo_files;
   UIMouseHandler* m_mouse_handler = nullptr;
   MLocker::Counter m_wnd_lock;
   MLocker::Counter m_undo_lock;

@@ -1,82 +1,20 @@
-// The stages of MDocument::DoOperation, and the agents that keep the undo files within the
-// document's disk budget.
+// The stages of MDocument::DoOperation.
 
 #include "ostrum/document/private/OperationDoer.h"
 
 #include <cstdio>
 #include <exception>
-#include <deque>
-#include <unordered_set>
-#include <utility>
-#include <vector>
 
 #include "ostrum/document/private/OperationWrapper.h"
+#include "ostrum/document/private/UndoBudget.h"
+#include "ostrum/document/private/UndoFiles.h"
 #include "ostrum/operations/IUIUpdate.h"
 #include "ostrum/operations/MOperation.h"
-#include "ostrum/undo/IActionEnumAgent.h"
-#include "ostrum/undo/IActionFilter.h"
 #include "ostrum/undo/Manager.h"
 #include "ostrum/undo/Transaction.h"
 
 using Doer = MDocument::_UndoRedo::OperationDoer;
 using Wrapper = MDocument::_UndoRedo::OperationWrapper;
-
-namespace {
-
-// Sums the sizes on disk of the undo files of the wrappers it is shown.
-class UndoDiskUsageAgent : public Ostrum::Undo::IActionEnumAgent {
- public:
-  using IActionEnumAgent::OnAction;
-  void OnAction(Ostrum::IAction const* action, char const*) override {
-    auto* wrapper = dynamic_cast<Wrapper const*>(action);
-    if (wrapper && !wrapper->GetUndoFile().IS_EMPTY()) m_total += wrapper->GetUndoFile().FILE_SIZE();
-  }
-  long long m_total = 0;
-};
-
-// Collects the undo stack by groups, the oldest group at the front (the stack is walked from
-// the top), and tags the actions of the oldest groups whose removal brings the total within
-// the limit.
-class OversizeActionsTaggerAgent : public Ostrum::Undo::IActionEnumAgent {
- public:
-  using Group = std::vector<std::pair<Ostrum::IAction const*, char const*>>;
-  using IActionEnumAgent::OnAction;
-
-  void OnBeginGroup(wchar_t const*) override { m_groups.emplace_front(); }
-  void OnAction(Ostrum::IAction const* action, char const* id) override {
-    if (m_groups.empty()) m_groups.emplace_front();
-    m_groups.front().emplace_back(action, id);
-  }
-
-  void Tag(long long total, long long limit) {
-    long long released = 0;
-    for (const Group& group : m_groups) {
-      if (!(limit < total - released)) break;
-      UndoDiskUsageAgent usage;
-      for (const auto& [action, id] : group) usage.OnAction(action, id);
-      released += usage.m_total;
-      for (const auto& entry : group) m_tagged.push_back(entry.first);
-    }
-  }
-
-  std::deque<Group> m_groups;
-  std::vector<Ostrum::IAction const*> m_tagged;
-};
-
-// Matches the tagged actions.
-class TaggedActionsFilter : public Ostrum::Undo::IActionFilter {
- public:
-  explicit TaggedActionsFilter(const std::vector<Ostrum::IAction const*>& tagged)
-      : m_tagged(tagged.begin(), tagged.end()) {}
-  bool IsActionMatched(Ostrum::IAction const* action, char const*) const override {
-    return m_tagged.count(action) != 0;
-  }
-
- private:
-  std::unordered_set<Ostrum::IAction const*> m_tagged;
-};
-
-}  // namespace
 
 Doer::OperationDoer(MDocument* document, MOperation* operation, void* param)
     : m_document(document),
@@ -118,21 +56,12 @@ void Doer::CheckUndoAbility() {
 }
 
 // 2. Trims the undo files to the document's budget before new state is written: whole groups
-// go, oldest first. The new operation's own state is not on disk yet, so the budget can be
-// exceeded by one operation.
+// go, oldest first, and their files at once, so the disk never holds more than the budget and
+// the one step about to be written.
 void Doer::EnforceUndoDiskLimit() {
   Ostrum::Undo::Manager* manager = m_document->GetUndoManager();
-  if (!manager || manager->IsInSubstitutionStack() || manager->IsBusy()) return;
-  UndoDiskUsageAgent usage;
-  manager->EnumerateUndoActions(&usage, nullptr);
-  const long long limit = MDocument::GetUndoDiskSpace();
-  if (usage.m_total <= limit) return;
-  OversizeActionsTaggerAgent tagger;
-  manager->EnumerateUndoActions(&tagger, nullptr);
-  tagger.Tag(usage.m_total, limit);
-  if (tagger.m_tagged.empty()) return;
-  TaggedActionsFilter filter(tagger.m_tagged);
-  manager->ExtractUndoActions(nullptr, &filter);
+  if (!manager) return;
+  Ostrum::Private::TrimUndoFiles(*manager, m_document->m_undo_files->bytes, MDocument::GetUndoDiskSpace(), false);
 }
 
 // 3. Opens the transaction, named before anything is done, then asks the operation and, if it
@@ -152,7 +81,7 @@ bool Doer::Prepare() {
 // that cannot be made cancels the operation, unless it is to be undone once at most.
 bool Doer::StoreUndoState() {
   if (!_IsUndoable()) return true;
-  m_wrapper = new Wrapper(m_document, m_operation);
+  m_wrapper = new Wrapper(m_document, m_operation, m_document->m_undo_files);
   m_owns_operation = false;
   if (!m_wrapper->StoreUndoState() && !m_operation->ShouldUndoOnce()) {
     Rollback();

@@ -4,17 +4,25 @@
 
 namespace Ostrum::Undo::Private {
 
+namespace {
+constinit DiscardActionsTask::LeftHistoryHook g_left_history = nullptr;
+}  // namespace
+
+void DiscardActionsTask::SetLeftHistoryHook(LeftHistoryHook hook) { g_left_history = hook; }
+
 DiscardActionsTask& DiscardActionsTask::Instance() {
   static DiscardActionsTask task;
   return task;
 }
 
 DiscardActionsTask::~DiscardActionsTask() {
-  if (m_task) m_task->Discard();
+  if (m_task && m_task->Discard()) return;
+  _Perform();
 }
 
 void DiscardActionsTask::ScheduleDiscard(IAction* action) {
   if (!action) return;
+  if (g_left_history) g_left_history(action);
   DiscardActionsTask& task = Instance();
   task.m_actions.push_back(action);
   if (!task.m_task) task.m_task = DeferredTaskManager::RegisterTask(&task, DeferredTaskManager::IDLE_PRIORITY, 0);

@@ -366,7 +366,9 @@ TEST_P(Budget, TrimsWholeGroupsOldestFirst) {
   for (size_t i = 1; i < groups.size(); ++i) EXPECT_EQ(groups[i].size(), 2u) << "group " << i;
   Ostrum::Desktop::RunUntilIdle();
   EXPECT_EQ(FileCount(), 2 * row.kept + 1);
-  // What is left undoes back to the state after the last removed group, not further.
+  // What is left undoes back to the state after the last removed group, not further (with room
+  // for the redo files the walk writes).
+  MDocument::SetUndoDiskSpace(1 << 30);
   while (manager().CanUndo()) doc.UndoOperation();
   const size_t removed = row.groups.size() - row.kept;
   EXPECT_EQ(s.label, removed ? std::to_wstring(removed - 1) : L"start");
@@ -404,11 +406,8 @@ struct Faults : UndoableOperations, testing::WithParamInterface<std::tuple<Fault
     } else {
       c.Check(result, "an operation to be undone once at most runs without its undo file");
       c.Check(after != before, "and changes the object");
-      doc.UndoOperation();  // nothing to load: quietly nothing, but the step moves
-      c.Check(s.Snap() == after, "its undo has nothing to restore");
-      c.Check(!manager().CanUndo() && manager().CanRedo(), "the step moves to the redo side");
-      doc.RedoOperation();
-      c.Check(s.Snap() == after && manager().CanUndo(), "and back");
+      c.Check(!doc.UndoOperation(), "while the fault lasts its redo state cannot be written: the undo does not go ahead");
+      c.Check(s.Snap() == after && manager().CanUndo() && !manager().CanRedo(), "and nothing moved");
     }
     Ostrum::Desktop::RunUntilIdle();
     c.Check(FileCount() == 0, "no undo file is left");

@@ -32,4 +32,16 @@ for host in host_cmake host_pkgconfig; do
 done
 leftovers=$(find "$work/undo" -mindepth 1)
 [[ -z "$leftovers" ]] || { echo "undo files left behind:"; echo "$leftovers"; exit 1; }
+
+# The installed example host starts from the moved prefix (its RPATH leads to the library)
+# and leaves its temporary directory as empty as it found it.
+if [[ -x "$prefix/bin/ostrum-planner" ]]; then
+  echo "== installed ostrum-planner"
+  mkdir -p "$work/tmp"
+  TMPDIR="$work/tmp" "$prefix/bin/ostrum-planner" >"$work/planner.log" 2>&1 ||
+    { tail -20 "$work/planner.log"; echo "the installed ostrum-planner failed"; exit 1; }
+  tail -1 "$work/planner.log"
+  leftovers=$(find "$work/tmp" -mindepth 1)
+  [[ -z "$leftovers" ]] || { echo "ostrum-planner left behind:"; echo "$leftovers"; exit 1; }
+fi
 rm -rf "$work"

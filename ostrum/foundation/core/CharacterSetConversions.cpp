@@ -74,7 +74,12 @@ std::string ToUTF8(std::wstring_view text) {
   return bytes;
 }
 
-std::wstring FromUTF8(std::string_view bytes) {
+namespace {
+
+// Decodes UTF-8; a byte that starts no valid sequence goes through `invalid`. With
+// `surrogates_valid` false, encoded surrogates count as invalid bytes too.
+template <typename Invalid>
+std::wstring Decode(std::string_view bytes, bool surrogates_valid, Invalid invalid) {
   std::wstring text;
   text.reserve(bytes.size());
   const std::size_t n = bytes.size();
@@ -95,7 +100,7 @@ std::wstring FromUTF8(std::string_view bytes) {
     } else if ((lead & 0xF8) == 0xF0) {
       length = 4, c = lead & 0x07, minimum = 0x10000;
     } else {
-      text.push_back(static_cast<wchar_t>(kReplacement));
+      text.push_back(invalid(lead));
       ++i;
       continue;
     }
@@ -109,8 +114,9 @@ std::wstring FromUTF8(std::string_view bytes) {
       }
     }
     // Overlong forms and values past U+10FFFF are refused; they could smuggle a '/' or NUL.
-    if (!valid || c < minimum || c > kMaxCodePoint) {
-      text.push_back(static_cast<wchar_t>(kReplacement));
+    if (!valid || c < minimum || c > kMaxCodePoint || (!surrogates_valid && IsHighSurrogate(c)) ||
+        (!surrogates_valid && IsLowSurrogate(c))) {
+      text.push_back(invalid(lead));
       ++i;
       continue;
     }
@@ -118,6 +124,35 @@ std::wstring FromUTF8(std::string_view bytes) {
     i += length;
   }
   return text;
+}
+
+// Bytes that are no UTF-8 travel in wide text as U+DC80..U+DCFF, a range that valid UTF-8
+// never yields here (encoded surrogates are themselves taken byte by byte).
+constexpr char32_t kEscapeBase = 0xDC00;
+
+}  // namespace
+
+std::wstring FromUTF8(std::string_view bytes) {
+  return Decode(bytes, true, [](unsigned char) { return static_cast<wchar_t>(kReplacement); });
+}
+
+std::string ToNativePath(std::wstring_view path) {
+  std::string bytes;
+  bytes.reserve(path.size());
+  std::size_t start = 0;
+  for (std::size_t i = 0; i <= path.size(); ++i) {
+    const bool escape = i < path.size() && static_cast<std::uint32_t>(path[i]) >= kEscapeBase + 0x80 &&
+                        static_cast<std::uint32_t>(path[i]) <= kEscapeBase + 0xFF;
+    if (i < path.size() && !escape) continue;
+    bytes += ToUTF8(path.substr(start, i - start));
+    if (escape) bytes.push_back(static_cast<char>(static_cast<std::uint32_t>(path[i]) - kEscapeBase));
+    start = i + 1;
+  }
+  return bytes;
+}
+
+std::wstring FromNativePath(std::string_view bytes) {
+  return Decode(bytes, false, [](unsigned char byte) { return static_cast<wchar_t>(kEscapeBase + byte); });
 }
 
 String<wchar_t>::String(const std::wstring& text) : m_units(ToUTF16(text)) {}

@@ -1,6 +1,6 @@
 #pragma once
 // Conversions between the framework's wide text (UTF-32 wchar_t on Linux), the UTF-16 code
-// units that undo streams store, and the UTF-8 that file paths and XML use.
+// units that undo streams store, the UTF-8 that XML uses, and the bytes of file paths.
 
 #include <cstddef>
 #include <string>
@@ -24,6 +24,15 @@ OSTRUM_API std::string ToUTF8(std::wstring_view text);
 /// The wide text of UTF-8 bytes; each byte that starts no valid sequence becomes U+FFFD.
 /// Encoded surrogates, as ToUTF8 writes them, are accepted.
 OSTRUM_API std::wstring FromUTF8(std::string_view bytes);
+
+/// A file system path as the system takes it. Paths are bytes on Linux and need not be UTF-8:
+/// the characters U+DC80..U+DCFF that FromNativePath made of bytes that were no UTF-8 become
+/// those bytes again; everything else is UTF-8.
+OSTRUM_API std::string ToNativePath(std::wstring_view path);
+/// A path from the system as wide text: UTF-8 sequences become their characters, and every
+/// other byte (also the bytes of an encoded surrogate) becomes U+DC00 plus the byte, so that
+/// ToNativePath gives back exactly the bytes of any path.
+OSTRUM_API std::wstring FromNativePath(std::string_view bytes);
 
 template <typename Char>
 class String;

@@ -43,6 +43,24 @@ bool MFile::OPEN_READ(const MFileName& name) {
   return _Open(name, O_RDONLY | O_CLOEXEC, Mode::Read);
 }
 
+bool MFile::OPEN_READ(const MFileName& name, const MFileIdentity& identity) {
+  if (m_fd >= 0 || name.IS_EMPTY() || !identity.IsKnown()) return false;
+  int fd;
+  do {
+    // O_NONBLOCK: a FIFO put in the file's place must not hang the caller; a regular file
+    // reads the same either way.
+    fd = ::open(name.GET_NATIVE_PATH().c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK);
+  } while (fd < 0 && errno == EINTR);
+  if (fd < 0) return false;
+  struct stat info;
+  if (::fstat(fd, &info) != 0 || !S_ISREG(info.st_mode) || static_cast<std::uint64_t>(info.st_dev) != identity.device ||
+      static_cast<std::uint64_t>(info.st_ino) != identity.inode || static_cast<std::int64_t>(info.st_size) != identity.size) {
+    ::close(fd);
+    return false;
+  }
+  return _Adopt(fd, Mode::Read);
+}
+
 bool MFile::OPEN_WRITE(const MFileName& name) {
   return _Open(name, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, Mode::Write);
 }
@@ -63,6 +81,7 @@ bool MFile::_Adopt(int fd, Mode mode) {
   m_fd = fd;
   m_mode = mode;
   m_failed = false;
+  m_short_read = false;
   m_begin = m_end = 0;
   m_written = 0;
   return true;
@@ -98,6 +117,20 @@ bool MFile::CLOSE() {
   m_failed = false;
   m_begin = m_end = 0;
   return ok;
+}
+
+bool MFile::CLOSE(MFileIdentity& identity) {
+  identity = MFileIdentity();
+  if (m_fd < 0) return false;
+  MFileIdentity now;
+  struct stat info;
+  const bool flushed = m_mode != Mode::Write || (_FlushBuffer() && !m_failed);
+  if (flushed && ::fstat(m_fd, &info) == 0)
+    now = {static_cast<std::uint64_t>(info.st_dev), static_cast<std::uint64_t>(info.st_ino),
+           static_cast<std::int64_t>(info.st_size)};
+  if (!CLOSE() || !flushed) return false;
+  identity = now;
+  return identity.IsKnown();
 }
 
 bool MFile::FLUSH() {
@@ -185,6 +218,11 @@ std::size_t MFile::_Read(void* data, std::size_t count, std::size_t item_size) {
     std::memcpy(target + got, m_buffer.get(), take);
     m_begin = take;
     got += take;
+  }
+  if (got < wanted) {
+    // What did not arrive is zero, never what the caller's memory held before.
+    std::memset(target + got, 0, wanted - got);
+    m_short_read = true;
   }
   return got / item_size;
 }

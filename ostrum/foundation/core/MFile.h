@@ -11,6 +11,15 @@
 
 class MFileName;
 
+/// What a file was when it was last written: the device and inode that name it and its size.
+/// A file opened again with it (MFile::OPEN_READ(name, identity)) must still be that file.
+struct MFileIdentity {
+  std::uint64_t device = 0;
+  std::uint64_t inode = 0;
+  std::int64_t size = -1;  ///< -1: nothing known, no file matches
+  bool IsKnown() const { return size >= 0; }
+};
+
 /// A binary file opened either for reading or for writing, with a buffer of the size given to
 /// the constructor. Values go to the file as the machine holds them, which on every platform
 /// this builds for is little-endian, without alignment or separators; the interface's `long`
@@ -40,6 +49,11 @@ class OSTRUM_API MFile {
   /// Opens an existing file or device for reading from its start. False if the name is empty,
   /// cannot be opened, is a directory, or this file is open already (it then stays as it is).
   bool OPEN_READ(const MFileName& name);
+  /// Opens for reading only the very file that `identity` describes: no symbolic link is
+  /// followed, a FIFO or device does not block the call, and the file must be a regular file
+  /// of the recorded device, inode and size. False (and nothing open) for anything else, as
+  /// for a missing file or an unknown identity.
+  bool OPEN_READ(const MFileName& name, const MFileIdentity& identity);
   /// Opens the file for writing, creating it with permissions 0600 (less the umask) or
   /// truncating it if it exists; an existing file keeps its permissions. False if the name is
   /// empty, the file cannot be created or opened, or this file is open already.
@@ -54,6 +68,9 @@ class OSTRUM_API MFile {
   /// Writes what is buffered and closes the file. True when every byte that WRITE accepted
   /// since the open reached the system and the close succeeded; true also if nothing was open.
   bool CLOSE();
+  /// CLOSE, and on success the identity of the file as written (for OPEN_READ with identity);
+  /// on failure `identity` is unknown.
+  bool CLOSE(MFileIdentity& identity);
   /// Writes what is buffered without closing; false if it could not all be written (the file
   /// is failed then) or the file is not open for writing.
   bool FLUSH();
@@ -61,10 +78,14 @@ class OSTRUM_API MFile {
   bool IS_OPEN() const { return m_fd >= 0; }
   /// True once a write to the disk has failed since the open.
   bool HAS_FAILED() const { return m_failed; }
+  /// True once a READ since the open gave fewer items than asked (the file ended early or a
+  /// read failed); a loader asks this to tell a whole state from one cut short.
+  bool HAS_SHORT_READ() const { return m_short_read; }
 
   /// Reads up to `count` items into `data` and answers how many whole items arrived; fewer at
-  /// the end of the file or on a read error, 0 if not open for reading. The bytes of a partial
-  /// last item are consumed and stand in `data`.
+  /// the end of the file or on a read error, 0 if not open for reading. What did not arrive is
+  /// left zero in `data` (the bytes of a partial last item that did arrive stand), and the
+  /// file remembers the short read (HAS_SHORT_READ).
   std::size_t READ(char* data, std::size_t count);
   std::size_t READ(unsigned char* data, std::size_t count);
   std::size_t READ(short* data, std::size_t count);
@@ -105,6 +126,7 @@ class OSTRUM_API MFile {
   std::int64_t m_written = 0;
   Mode m_mode = Mode::Closed;
   bool m_failed = false;
+  bool m_short_read = false;
   std::size_t m_capacity;
   std::unique_ptr<unsigned char[]> m_buffer;
   // Reading: bytes [m_begin, m_end) of the buffer are read from the system and not yet taken.

@@ -52,7 +52,16 @@ MFileName::MFileName(const wchar_t* path, bool is_directory) { SET(path, is_dire
 
 MFileName::MFileName(const std::wstring& path, bool is_directory) { SET(path, is_directory); }
 
-std::string MFileName::GET_NATIVE_PATH() const { return CharacterSetConversions::ToUTF8(m_path); }
+std::wstring MFileName::GET_TEMP_DIRECTORY() {
+  std::error_code error;
+  const std::filesystem::path temp = std::filesystem::temp_directory_path(error);
+  if (error || temp.empty()) return std::wstring();
+  std::wstring dir = CharacterSetConversions::FromNativePath(temp.native());
+  if (dir.back() != L'/') dir.push_back(L'/');
+  return dir;
+}
+
+std::string MFileName::GET_NATIVE_PATH() const { return CharacterSetConversions::ToNativePath(m_path); }
 
 void MFileName::SET(const wchar_t* path, bool is_directory) {
   SET(std::wstring(path ? path : L""), is_directory);
@@ -85,12 +94,8 @@ int MFileName::_CreateTempFile(const wchar_t* directory, const wchar_t* prefix, 
   m_path.clear();
 
   std::wstring dir = directory ? directory : L"";
-  if (dir.empty()) {
-    std::error_code error;
-    std::filesystem::path temp = std::filesystem::temp_directory_path(error);
-    if (error) return -1;
-    dir = CharacterSetConversions::FromUTF8(temp.native());
-  }
+  if (dir.empty()) dir = GET_TEMP_DIRECTORY();
+  if (dir.empty()) return -1;
   if (dir.back() != L'/') dir.push_back(L'/');
 
   const std::wstring stem = prefix ? prefix : L"";
@@ -102,7 +107,7 @@ int MFileName::_CreateTempFile(const wchar_t* directory, const wchar_t* prefix, 
   const std::uint32_t tries = maximum != 0 ? maximum : kDefaultTempTries;
   for (std::uint32_t attempt = 0; attempt < tries; ++attempt) {
     std::wstring candidate = dir + stem + Hex8(NextCandidateNumber()) + ext;
-    const std::string native = CharacterSetConversions::ToUTF8(candidate);
+    const std::string native = CharacterSetConversions::ToNativePath(candidate);
     int fd;
     do {
       fd = ::open(native.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600);

@@ -9,7 +9,8 @@
 
 /// A path as wide text, '/' separated. It is only text until asked: nothing touches the disk
 /// except DOES_EXIST, FILE_SIZE, REMOVE and SET_TEMP_NAME. The operating system sees the path
-/// in UTF-8.
+/// as CharacterSetConversions::ToNativePath makes it: UTF-8, with the bytes of a path that is
+/// no UTF-8 kept as they were.
 class OSTRUM_API MFileName {
  public:
   /// An empty name.
@@ -26,8 +27,11 @@ class OSTRUM_API MFileName {
   operator const wchar_t*() const { return m_path.c_str(); }  // NOLINT: implicit by design
   /// The path as wide text.
   const std::wstring& GET_PATH() const { return m_path; }
-  /// The path as the operating system takes it, UTF-8.
+  /// The path as the operating system takes it (bytes; UTF-8 where the path is text).
   std::string GET_NATIVE_PATH() const;
+  /// The system's temporary directory as a directory name (ending in '/'), as the C++ library
+  /// finds it; empty if there is none.
+  static std::wstring GET_TEMP_DIRECTORY();
 
   /// Sets the name to `path` (null is taken as empty). With `is_directory` the path names a
   /// directory: a '/' is appended unless it ends with one, so GET_DRIVE_DIR_PARTS gives it all.

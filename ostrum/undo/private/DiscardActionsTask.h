@@ -21,6 +21,12 @@ class DiscardActionsTask final : public IAction {
   /// the action waits until a later call finds one.
   static void ScheduleDiscard(IAction* action);
 
+  /// Told of every action the moment it is queued: it has left the history for good, though it
+  /// is destroyed only at idle time. The document links its own function here when the
+  /// library loads, so that an undo step's files go at once (see "Calls up the layers").
+  using LeftHistoryHook = void (*)(IAction* action);
+  static void SetLeftHistoryHook(LeftHistoryHook hook);
+
  protected:
   /// Disposes of everything queued, in order; an exception from one action is swallowed and the
   /// next follows. What is queued during the run waits for a new task.
@@ -31,7 +37,8 @@ class DiscardActionsTask final : public IAction {
 
  private:
   DiscardActionsTask() = default;
-  /// Discards the pending task, which disposes of the queue, at unload.
+  /// Disposes of the queue at unload: through the pending task, or at once when no session
+  /// ever took one.
   ~DiscardActionsTask() override;
   static DiscardActionsTask& Instance();
 

@@ -3,6 +3,8 @@
 // the document's pipeline, printing stage by stage what the pipeline did; each scenario file
 // shows one more part of the framework at work.
 
+#include <unistd.h>
+
 #include <cstdio>
 #include <string>
 
@@ -35,7 +37,10 @@ void Run(PlannerDocument& doc, PlannerOperation* op, const std::wstring& what) {
 
 }  // namespace
 
-int main() {
+int main(int argc, char** argv) {
+  // --stop-midway: stop for good once the first undo files are written, to be killed; the
+  // next run of the planner finds that process dead and removes what it left.
+  const bool stop_midway = argc > 1 && std::string(argv[1]) == "--stop-midway";
   FillStringTable();
   // The deferred-task session of the user-interface thread, for the whole program: undo steps
   // that leave a history are destroyed in it at idle time. It ends after the document.
@@ -80,6 +85,12 @@ int main() {
     auto* op = new PlannerOperation(MOperation::ACTION_COPY);
     op->AddObject(screw);
     Run(doc, op, L"copy");
+  }
+
+  if (stop_midway) {
+    std::printf("\nplanner: stopped midway, undo files written; waiting to be killed\n");
+    std::fflush(stdout);
+    for (;;) pause();
   }
 
   Heading(L"a refresh: nothing prepared or done, only updates");

@@ -72,6 +72,7 @@ MUndoHandler::MUndoHandler(const MUndoHandler& other)
     // The first copy of an operation counts its original list as a holder too.
     if (block.m_operation && !SharedOperations().count(block.m_operation)) HoldOperation(block.m_operation);
     HoldOperation(block.m_operation);
+    if (block.m_delete_files) block._ShareFiles();
   }
 }
 
@@ -196,20 +197,29 @@ bool MUndoHandler::EndSavingRedoBlock(MFile& file) {
   return true;
 }
 
+namespace {
+
+// The current block's operation, with its undo or redo file open in `file` if it is still the
+// file written; null otherwise.
+MOperation* LoadCurrent(MOperation* operation, const MUndoHandler::MUndoBlock* block, bool undo, MFile& file) {
+  if (!operation) return nullptr;
+  const bool opened = undo ? file.OPEN_READ(block->m_undo_filename, block->m_undo_identity)
+                           : file.OPEN_READ(block->m_redo_filename, block->m_redo_identity);
+  return opened ? operation : nullptr;
+}
+
+}  // namespace
+
 MOperation* MUndoHandler::BeginLoadingUndoBlock(MFile& file) {
   MOperation* operation = GetCurrentOperation();
-  if (!operation) return nullptr;
-  const MUndoBlock& block = m_blocks[static_cast<size_t>(m_position)];
-  return file.OPEN_READ(block.m_undo_filename, block.m_undo_identity) ? operation : nullptr;
+  return LoadCurrent(operation, operation ? &m_blocks[static_cast<size_t>(m_position)] : nullptr, true, file);
 }
 
 bool MUndoHandler::EndLoadingUndoBlock(MFile& file) { return file.CLOSE(); }
 
 MOperation* MUndoHandler::BeginLoadingRedoBlock(MFile& file) {
   MOperation* operation = GetCurrentOperation();
-  if (!operation) return nullptr;
-  const MUndoBlock& block = m_blocks[static_cast<size_t>(m_position)];
-  return file.OPEN_READ(block.m_redo_filename, block.m_redo_identity) ? operation : nullptr;
+  return LoadCurrent(operation, operation ? &m_blocks[static_cast<size_t>(m_position)] : nullptr, false, file);
 }
 
 bool MUndoHandler::EndLoadingRedoBlock(MFile& file) { return file.CLOSE(); }

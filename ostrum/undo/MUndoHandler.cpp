@@ -3,6 +3,8 @@
 
 #include "ostrum/undo/MUndoHandler.h"
 
+#include <string>
+#include <unordered_map>
 #include <utility>
 
 // Constant-initialised, so a static object of the host that sets them while the program starts
@@ -19,12 +21,50 @@ void MUndoHandler::SetUndoTempDir(wchar_t const* path) { mg_temp_directory.SET(p
 
 uint32_t MUndoHandler::GetUniqueTemporaryOperationKey() { return m_unique_temporary_operation_key++; }
 
+namespace {
+
+// How many blocks of copied handlers hold each file; a file held by one list only is not in
+// the table. Never destroyed: blocks of static handlers may go at exit.
+std::unordered_map<std::wstring, int>& SharedFiles() {
+  static auto* table = new std::unordered_map<std::wstring, int>;
+  return *table;
+}
+
+void Share(const MFileName& name) {
+  if (name.IS_EMPTY()) return;
+  int& holders = SharedFiles()[name.GET_PATH()];
+  holders = holders == 0 ? 2 : holders + 1;  // the first copy counts the original too
+}
+
+// Removes the file unless another list still holds it.
+void Release(const MFileName& name) {
+  if (name.IS_EMPTY()) return;
+  auto& shared = SharedFiles();
+  if (!shared.empty()) {
+    auto it = shared.find(name.GET_PATH());
+    if (it != shared.end()) {
+      if (--it->second > 0) return;
+      shared.erase(it);
+    }
+  }
+  name.REMOVE();
+}
+
+}  // namespace
+
+void MUndoHandler::MUndoBlock::_ShareFiles() const {
+  Share(m_undo_filename);
+  Share(m_redo_filename);
+}
+
+void MUndoHandler::MUndoBlock::_RemoveFiles() {
+  Release(m_undo_filename);
+  Release(m_redo_filename);
+}
+
 MUndoHandler::MUndoBlock::MUndoBlock(const MUndoBlock& other) { *this = other; }
 
-MUndoHandler::MUndoBlock& MUndoHandler::MUndoBlock::operator=(const MUndoBlock& other) {
-  if (this == &other) return *this;
-  std::wstring* message = other.m_group_message ? new std::wstring(*other.m_group_message) : nullptr;
-  delete m_group_message;
+void MUndoHandler::MUndoBlock::_AssignFields(const MUndoBlock& other) {
   m_delete_files = other.m_delete_files;
   m_begin_group = other.m_begin_group;
   m_end_group = other.m_end_group;
@@ -34,11 +74,18 @@ MUndoHandler::MUndoBlock& MUndoHandler::MUndoBlock::operator=(const MUndoBlock& 
   m_operation = other.m_operation;
   m_undo_filename = other.m_undo_filename;
   m_redo_filename = other.m_redo_filename;
-  m_group_message = message;
   m_undo_size = other.m_undo_size;
   m_redo_size = other.m_redo_size;
   m_undo_identity = other.m_undo_identity;
   m_redo_identity = other.m_redo_identity;
+}
+
+MUndoHandler::MUndoBlock& MUndoHandler::MUndoBlock::operator=(const MUndoBlock& other) {
+  if (this == &other) return *this;
+  std::wstring* message = other.m_group_message ? new std::wstring(*other.m_group_message) : nullptr;
+  delete m_group_message;
+  _AssignFields(other);
+  m_group_message = message;
   return *this;
 }
 
@@ -46,34 +93,16 @@ MUndoHandler::MUndoBlock::MUndoBlock(MUndoBlock&& other) noexcept { *this = std:
 
 MUndoHandler::MUndoBlock& MUndoHandler::MUndoBlock::operator=(MUndoBlock&& other) noexcept {
   if (this == &other) return *this;
-  if (m_delete_files) {
-    m_undo_filename.REMOVE();
-    m_redo_filename.REMOVE();
-  }
+  if (m_delete_files) _RemoveFiles();
   delete m_group_message;
-  m_delete_files = other.m_delete_files;
-  m_begin_group = other.m_begin_group;
-  m_end_group = other.m_end_group;
-  m_group_id = other.m_group_id;
-  m_temporary_key = other.m_temporary_key;
-  m_undoable = other.m_undoable;
-  m_operation = other.m_operation;
-  m_undo_filename = other.m_undo_filename;
-  m_redo_filename = other.m_redo_filename;
+  _AssignFields(other);
   m_group_message = std::exchange(other.m_group_message, nullptr);
-  m_undo_size = other.m_undo_size;
-  m_redo_size = other.m_redo_size;
-  m_undo_identity = other.m_undo_identity;
-  m_redo_identity = other.m_redo_identity;
   // A move is no copy: the files belong to the new place alone.
   other.m_delete_files = false;
   return *this;
 }
 
 MUndoHandler::MUndoBlock::~MUndoBlock() {
-  if (m_delete_files) {
-    m_undo_filename.REMOVE();
-    m_redo_filename.REMOVE();
-  }
+  if (m_delete_files) _RemoveFiles();
   delete m_group_message;
 }

@@ -57,6 +57,15 @@ class OSTRUM_API MUndoHandler {
     /// What the files were when written: they are read back only if they still are.
     MFileIdentity m_undo_identity;
     MFileIdentity m_redo_identity;
+
+    /// Counts one more list holding this block's files (a copied handler): they are removed
+    /// only when the last block holding them goes.
+    OSTRUM_LOCAL void _ShareFiles() const;
+
+   private:
+    OSTRUM_LOCAL void _RemoveFiles();
+    /// Every field but the message.
+    OSTRUM_LOCAL void _AssignFields(const MUndoBlock& other);
   };
 
   // --- process-wide settings ---

@@ -66,13 +66,16 @@ std::string TagOfFile(const std::string& name) {
   return "";
 }
 
-// A tag names nothing but a process: digits and at most one '.', so a name read from the
-// directory can never lead the sweep elsewhere.
+// A tag names nothing but a process: digits and at most one '.' between digits, so a name read
+// from the directory can never lead the sweep elsewhere.
 bool IsTag(const std::string& tag) {
-  if (tag.empty() || tag.size() > 24) return false;
-  for (char c : tag)
-    if (!(c >= '0' && c <= '9') && c != '.') return false;
-  return true;
+  if (tag.empty() || tag.size() > 24 || tag.front() == '.' || tag.back() == '.') return false;
+  int dots = 0;
+  for (char c : tag) {
+    if (c == '.') ++dots;
+    else if (c < '0' || c > '9') return false;
+  }
+  return dots <= 1;
 }
 
 std::vector<std::string> EntriesOf(int directory_fd) {
@@ -131,7 +134,9 @@ Lock TakeLock(int parent_fd, const std::string& tag) {
     ::close(directory);
     return {};
   }
-  const int fd = ::openat(directory, kLockName, O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600);
+  // Read-only: the lock is never written, and a writer would keep the file system from being
+  // made read-only.
+  const int fd = ::openat(directory, kLockName, O_RDONLY | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600);
   if (fd < 0) {
     ::close(directory);
     return {errno == ENOENT ? Lock::kBusy : Lock::kFailed};
@@ -227,7 +232,10 @@ class UndoDirectoryRegistry {
   void _ForgetAfterFork() {
     if (m_pid == ::getpid()) return;
     m_pid = ::getpid();
-    for (auto& [path, directory] : m_by_path) directory->_Release();
+    for (auto& [path, directory] : m_by_path) {
+      directory->_Release();
+      directory->m_held_tag.clear();
+    }
   }
 
   std::mutex m_lock;
@@ -283,8 +291,25 @@ bool UndoDirectory::_LockStands() const {
 }
 
 bool UndoDirectory::_Ready() {
-  if (_LockStands()) return true;
-  _Release();
+  if (m_lock_fd >= 0) {
+    struct stat info;
+    const std::string lock = m_native + ProcessDirectoryName(m_native_tag) + "/" + kLockName;
+    if (::lstat(lock.c_str(), &info) == 0 && static_cast<std::uint64_t>(info.st_dev) == m_lock_device &&
+        static_cast<std::uint64_t>(info.st_ino) == m_lock_inode) {
+      m_reported = false;
+      return true;
+    }
+    if (::stat(m_native.c_str(), &info) != 0) {
+      // The directory itself is away (renamed, unmounted): the lock stays held on its file, and
+      // everything works again if the directory comes back as it was.
+      _Report(L"cannot be used: it is gone");
+      return false;
+    }
+    // The directory is there but the lock file is not ours any more (our directory was removed,
+    // or the whole directory made anew): the lock is taken again; this process's own files
+    // stay.
+    _Release();
+  }
   if (!_CheckDirectory() || !_Acquire()) return false;
   m_reported = false;
   SweepDeadProcesses();
@@ -336,11 +361,15 @@ bool UndoDirectory::_Acquire() {
     ::close(parent);
     return false;
   }
-  // What an earlier process of this tag left: it is dead, or we could not hold its lock.
-  for (const std::string& name : EntriesOf(lock.directory))
-    if (name != kLockName) RemoveEntry(lock.directory, name);
-  for (const std::string& name : EntriesOf(parent))
-    if (TagOfFile(name) == tag) RemoveEntry(parent, name);
+  // What an earlier process of this tag left: it is dead, or we could not hold its lock. Our
+  // own files, from before this process lost its lock here, stay (they are checked when read).
+  if (tag != m_held_tag) {
+    for (const std::string& name : EntriesOf(lock.directory))
+      if (name != kLockName) RemoveEntry(lock.directory, name);
+    for (const std::string& name : EntriesOf(parent))
+      if (TagOfFile(name) == tag) RemoveEntry(parent, name);
+  }
+  m_held_tag = tag;
   ::close(lock.directory);
   ::close(parent);
   m_lock_fd = lock.fd;
@@ -410,7 +439,8 @@ bool UndoDirectory::MakeProcessFile(MFile& file, MFileName& name, const wchar_t*
 }
 
 bool UndoDirectory::RemoveAllFiles(const std::wstring& directory, const wchar_t* prefix) {
-  std::wstring path = directory.empty() ? MFileName::GET_TEMP_DIRECTORY() : directory;
+  // The default directory as undo files find it, /var/tmp included.
+  std::wstring path = directory.empty() ? DefaultDirectory() : directory;
   if (path.empty()) return false;
   const int fd = OpenDirectory(ToNativePath(path));
   if (fd < 0) return false;

@@ -43,5 +43,20 @@ if [[ -x "$prefix/bin/ostrum-planner" ]]; then
   tail -1 "$work/planner.log"
   leftovers=$(find "$work/tmp" -mindepth 1)
   [[ -z "$leftovers" ]] || { echo "ostrum-planner left behind:"; echo "$leftovers"; exit 1; }
+
+  # A run killed with SIGKILL leaves its undo files; the next run removes them.
+  echo "== ostrum-planner killed midway, then run again"
+  TMPDIR="$work/tmp" "$prefix/bin/ostrum-planner" --stop-midway >"$work/killed.log" 2>&1 &
+  killed=$!
+  for _ in $(seq 200); do grep -q "stopped midway" "$work/killed.log" && break; sleep 0.05; done
+  kill -KILL "$killed"
+  wait "$killed" 2>/dev/null || true
+  left=$(find "$work/tmp" -name '~varn_*' | wc -l)
+  ((left > 0)) || { echo "the killed run left no undo files to clean up"; exit 1; }
+  echo "killed run left $left undo files"
+  TMPDIR="$work/tmp" "$prefix/bin/ostrum-planner" >"$work/planner.log" 2>&1 ||
+    { tail -20 "$work/planner.log"; echo "the second ostrum-planner failed"; exit 1; }
+  leftovers=$(find "$work/tmp" -mindepth 1)
+  [[ -z "$leftovers" ]] || { echo "left behind after the next run:"; echo "$leftovers"; exit 1; }
 fi
 rm -rf "$work"

@@ -2,6 +2,8 @@
 
 #include <cstdint>
 
+#include "ostrum/foundation/platform/private/Utf8.h"
+
 namespace CharacterSetConversions {
 
 namespace {
@@ -53,24 +55,7 @@ std::wstring FromUTF16(std::u16string_view units) {
 std::string ToUTF8(std::wstring_view text) {
   std::string bytes;
   bytes.reserve(text.size());
-  for (wchar_t wc : text) {
-    char32_t c = CodePoint(wc);
-    if (c < 0x80) {
-      bytes.push_back(static_cast<char>(c));
-    } else if (c < 0x800) {
-      bytes.push_back(static_cast<char>(0xC0 | (c >> 6)));
-      bytes.push_back(static_cast<char>(0x80 | (c & 0x3F)));
-    } else if (c < 0x10000) {
-      bytes.push_back(static_cast<char>(0xE0 | (c >> 12)));
-      bytes.push_back(static_cast<char>(0x80 | ((c >> 6) & 0x3F)));
-      bytes.push_back(static_cast<char>(0x80 | (c & 0x3F)));
-    } else {
-      bytes.push_back(static_cast<char>(0xF0 | (c >> 18)));
-      bytes.push_back(static_cast<char>(0x80 | ((c >> 12) & 0x3F)));
-      bytes.push_back(static_cast<char>(0x80 | ((c >> 6) & 0x3F)));
-      bytes.push_back(static_cast<char>(0x80 | (c & 0x3F)));
-    }
-  }
+  for (wchar_t wc : text) Ostrum::Desktop::Private::AppendUtf8(bytes, CodePoint(wc));
   return bytes;
 }
 

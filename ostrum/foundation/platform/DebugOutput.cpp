@@ -1,5 +1,7 @@
 #include "ostrum/foundation/platform/DebugOutput.h"
 
+#include "ostrum/foundation/platform/private/Utf8.h"
+
 #include <cstdint>
 #include <cstdio>
 #include <cwchar>
@@ -13,28 +15,9 @@ constinit std::mutex g_lock;
 constinit Ostrum::Desktop::DebugOutputSink g_sink = nullptr;
 constinit void* g_context = nullptr;
 
-// UTF-8 of the text, without the core module's conversions (which stand above this one).
 std::string Utf8(const wchar_t* text) {
   std::string bytes;
-  for (; *text; ++text) {
-    auto c = static_cast<std::uint32_t>(*text);
-    if (c > 0x10FFFF) c = 0xFFFD;
-    if (c < 0x80) {
-      bytes.push_back(static_cast<char>(c));
-    } else if (c < 0x800) {
-      bytes.push_back(static_cast<char>(0xC0 | (c >> 6)));
-      bytes.push_back(static_cast<char>(0x80 | (c & 0x3F)));
-    } else if (c < 0x10000) {
-      bytes.push_back(static_cast<char>(0xE0 | (c >> 12)));
-      bytes.push_back(static_cast<char>(0x80 | ((c >> 6) & 0x3F)));
-      bytes.push_back(static_cast<char>(0x80 | (c & 0x3F)));
-    } else {
-      bytes.push_back(static_cast<char>(0xF0 | (c >> 18)));
-      bytes.push_back(static_cast<char>(0x80 | ((c >> 12) & 0x3F)));
-      bytes.push_back(static_cast<char>(0x80 | ((c >> 6) & 0x3F)));
-      bytes.push_back(static_cast<char>(0x80 | (c & 0x3F)));
-    }
-  }
+  for (; *text; ++text) Ostrum::Desktop::Private::AppendUtf8(bytes, static_cast<std::uint32_t>(*text));
   return bytes;
 }
 

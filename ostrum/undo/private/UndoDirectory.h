@@ -34,8 +34,9 @@ class UndoDirectory {
   /// being sticky (another user could swap a file).
   static UndoDirectory* ForSetting(const std::wstring& setting);
 
-  /// Removes, in the directory `directory` (a directory name, "" for the system's temporary
-  /// directory), every regular file or link whose name is `prefix`…".tmp", whoever made it.
+  /// Removes, in the directory `directory` (a directory name, "" for the default one, as
+  /// ForSetting finds it), every regular file or link whose name is `prefix`…".tmp", whoever
+  /// made it.
   /// Answers whether there was one.
   static bool RemoveAllFiles(const std::wstring& directory, const wchar_t* prefix);
 
@@ -83,6 +84,7 @@ class UndoDirectory {
   std::string m_native;        // m_path as the system takes it
   std::wstring m_tag;
   std::string m_native_tag;
+  std::string m_held_tag;      // the tag this process held here last, kept when the lock is lost
   int m_lock_fd = -1;
   std::uint64_t m_lock_device = 0;
   std::uint64_t m_lock_inode = 0;

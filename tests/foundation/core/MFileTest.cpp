@@ -9,6 +9,7 @@
 
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <fstream>
 #include <filesystem>
 #include <iterator>
@@ -118,6 +119,51 @@ TEST_P(MFileBufferSizes, MixedTransfersKeepTheirOrder) {
   EXPECT_EQ(medium2, medium);
 }
 
+// A read past the end answers the whole items that arrived and leaves zeros for what did not
+// (the bytes of a partial last item stand), never what the caller's memory held; the file
+// remembers the short read until it is opened again. A file cut short after it was opened, as
+// a state file may be, reads short the same way.
+TEST_P(MFileBufferSizes, ShortReadsZeroFillAndAreRememberedUntilTheNextOpen) {
+  TempDir dir;
+  const MFileName name = dir.File(L"short.bin");
+  std::vector<unsigned char> bytes(10);
+  std::iota(bytes.begin(), bytes.end(), 1);
+  MFileIdentity identity;
+  {
+    MFile out;
+    ASSERT_TRUE(out.OPEN_WRITE(name));
+    out.WRITE(bytes.data(), bytes.size());
+    ASSERT_TRUE(out.CLOSE(identity));
+  }
+  const auto as_bytes = [](const void* data, size_t size) {
+    const auto* first = static_cast<const unsigned char*>(data);
+    return std::vector<unsigned char>(first, first + size);
+  };
+
+  MFile in(GetParam());
+  ASSERT_TRUE(in.OPEN_READ(name));
+  char head[3];
+  EXPECT_EQ(in.READ(head, 3), 3u);
+  EXPECT_FALSE(in.HAS_SHORT_READ());
+  std::int32_t items[3];
+  std::memset(items, 0xAB, sizeof items);
+  EXPECT_EQ(in.READ(items, 3), 1u) << "seven bytes left are one whole item";
+  EXPECT_EQ(as_bytes(items, sizeof items), (std::vector<unsigned char>{4, 5, 6, 7, 8, 9, 10, 0, 0, 0, 0, 0}));
+  EXPECT_TRUE(in.HAS_SHORT_READ());
+  char after = 'x';
+  EXPECT_EQ(in.READ(&after, 1), 0u);
+  EXPECT_EQ(after, 0);
+  EXPECT_TRUE(in.CLOSE());
+
+  ASSERT_TRUE(in.OPEN_READ(name, identity));
+  EXPECT_FALSE(in.HAS_SHORT_READ()) << "a new open starts clean";
+  std::filesystem::resize_file(dir.Path() / "short.bin", 6);
+  std::vector<unsigned char> all(10, 0xAB);
+  EXPECT_EQ(in.READ(all.data(), all.size()), 6u);
+  EXPECT_EQ(all, (std::vector<unsigned char>{1, 2, 3, 4, 5, 6, 0, 0, 0, 0}));
+  EXPECT_TRUE(in.HAS_SHORT_READ());
+}
+
 INSTANTIATE_TEST_SUITE_P(Sizes, MFileBufferSizes, ::testing::Values(0u, 1u, 7u, 4096u, MFile::kDefaultBufferSize));
 
 TEST(MFile, FullDiskFailsTheWriteAndTheClose) {
@@ -160,6 +206,81 @@ TEST(MFile, FileSizeLimitGivesAShortWrite) {
               c.Check(name.FILE_SIZE() == 1000, "the file stops at the limit, not at " + std::to_string(name.FILE_SIZE()));
             }),
             "");
+}
+
+// Opened again with the identity recorded at its writing, a file must be that very file as it
+// was written: whatever took its place or changed its size is refused. Each case opens in a
+// child, so that an open that blocked (on a FIFO) shows as a killed child, not a hung suite.
+struct IdentityRow {
+  const char* name;
+  // Changes the written file, or what is known of it.
+  void (*change)(const std::filesystem::path& file, MFileIdentity& identity);
+  bool opens;
+};
+
+// Where a file is moved aside: its inode stays taken, so no new file can come back with it.
+std::filesystem::path Aside(const std::filesystem::path& file) { return file.string() + ".aside"; }
+
+TEST(MFile, OpenReadWithIdentityOpensOnlyTheFileWritten) {
+  namespace fs = std::filesystem;
+  const IdentityRow rows[] = {
+      {"unchanged", [](const fs::path&, MFileIdentity&) {}, true},
+      {"moved away and back",
+       [](const fs::path& f, MFileIdentity&) {
+         fs::rename(f, Aside(f));
+         fs::rename(Aside(f), f);
+       },
+       true},
+      {"an unknown identity", [](const fs::path&, MFileIdentity& id) { id = MFileIdentity(); }, false},
+      {"removed", [](const fs::path& f, MFileIdentity&) { fs::remove(f); }, false},
+      {"truncated", [](const fs::path& f, MFileIdentity&) { fs::resize_file(f, 100); }, false},
+      {"grown", [](const fs::path& f, MFileIdentity&) { fs::resize_file(f, 401); }, false},
+      {"a symbolic link to it in its place",
+       [](const fs::path& f, MFileIdentity&) {
+         fs::rename(f, Aside(f));
+         fs::create_symlink(Aside(f), f);
+       },
+       false},
+      {"a FIFO in its place",
+       [](const fs::path& f, MFileIdentity&) {
+         fs::rename(f, Aside(f));
+         ::mkfifo(f.c_str(), 0600);
+       },
+       false},
+      {"another file of the same size",
+       [](const fs::path& f, MFileIdentity&) {
+         fs::rename(f, Aside(f));
+         fs::copy_file(Aside(f), f);
+       },
+       false},
+  };
+  std::vector<std::int32_t> values(100);
+  std::iota(values.begin(), values.end(), 7);
+  for (const IdentityRow& row : rows) {
+    TempDir dir;
+    const MFileName name = dir.File(L"state.bin");
+    MFileIdentity identity;
+    MFile out(64);
+    ASSERT_TRUE(out.OPEN_WRITE(name));
+    out.WRITE(values.data(), values.size());
+    ASSERT_TRUE(out.CLOSE(identity));
+    ASSERT_EQ(identity.size, 400);
+    row.change(dir.Path() / "state.bin", identity);
+    EXPECT_EQ(RunInChild([&](ChildChecks& c) {
+                ::alarm(5);
+                MFile in;
+                const bool opened = in.OPEN_READ(name, identity);
+                if (!c.Check(opened == row.opens, opened ? "it was opened" : "it was refused")) return;
+                if (!opened) {
+                  c.Check(!in.IS_OPEN(), "nothing is left open");
+                  return;
+                }
+                std::vector<std::int32_t> read(values.size());
+                c.Check(in.READ(read.data(), read.size()) == read.size() && read == values, "it reads back as written");
+              }),
+              "")
+        << row.name;
+  }
 }
 
 // A failed call leaves the name empty, so that opening it fails too and no older file is

@@ -12,6 +12,7 @@
 #include "ostrum/foundation/core/StringResources.h"
 #include "ostrum/objects/MObject.h"
 #include "ostrum/operations/MOperation.h"
+#include "ostrum/operations/UIOperation.h"
 #include "support/TestObjects.h"
 
 namespace {
@@ -196,6 +197,64 @@ TEST(MOperation, StoredDefiningTreeObjectsAreAttachedBackOnRestore) {
     ASSERT_EQ(defining->GetNumberOfObservers(), 1u);
     EXPECT_EQ(*defining->GetBeginIt(), static_cast<IObserver*>(&removed));
   }
+}
+
+}  // namespace
+
+namespace {
+
+// The user-interface operations: their flags (set over MOperation's), inverses and texts, and
+// their record: MOperation's, then the saved value.
+struct UIActionRow {
+  uint32_t action, flags, inverse, text_id;
+};
+void PrintTo(const UIActionRow& row, std::ostream* out) { *out << "action " << row.action; }
+struct UIOperationActionTable : testing::TestWithParam<UIActionRow> {};
+
+TEST_P(UIOperationActionTable, SetsFlagsInverseAndText) {
+  const UIActionRow& row = GetParam();
+  UIOperation op;
+  op.SetFlags(0x1000005);
+  op.SetAction(row.action);
+  EXPECT_EQ(op.GetFlags(), row.flags == kUnchanged ? 0x1000005u : row.flags) << std::hex << op.GetFlags();
+  EXPECT_EQ(op.GetInverseAction(), row.inverse);
+  EXPECT_EQ(UIOperation::GetUIActionTextID(row.action), row.text_id);
+  EXPECT_EQ(UIOperation(row.action).GetSceneID(), 0xFFFFFFFFull) << "the default scene";
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Actions, UIOperationActionTable,
+    testing::Values(UIActionRow{60000, kUpdates | Op::FLAG_HAS_TO_BE_PREPARED | Op::FLAG_HAS_TO_BE_DONE, 60001, 364},
+                    UIActionRow{60001, 0x350000, 60000, 365}, UIActionRow{60002, 0x350000, 60002, 358},
+                    UIActionRow{60003, kUndoable | kObservers | kChanges | Op::FLAG_CAN_BE_REVERSED, 60004, 366},
+                    UIActionRow{60004, 0x77000A, 60003, 367}, UIActionRow{60005, Op::FLAGS_DEFAULT, 60005, 368},
+                    UIActionRow{60006, kUnchanged, 60006, 369}, UIActionRow{60007, 0x60000, 60007, 358},
+                    // Other numbers are MOperation's.
+                    UIActionRow{MOperation::ACTION_ADD, kUndoable | kChanges, 1, 352}),
+    [](const auto& info) { return "Action" + std::to_string(info.param.action); });
+
+TEST(UIOperation, RecordIsTheActionThenTheSavedValue) {
+  MFileName name;
+  ASSERT_TRUE(name.SET_TEMP_NAME(nullptr, L"ostrum-uioperation-", L".bin"));
+  MFile file;
+  ASSERT_TRUE(file.OPEN_WRITE(name));
+  UIOperation hide(UIOperation::ACTION_HIDE);
+  hide.SetSavedValue(0x0A0B0C0D);
+  hide.SetSceneID(77);
+  EXPECT_TRUE(hide.Save(file));
+  ASSERT_TRUE(file.CLOSE());
+  std::ifstream in(name.GET_NATIVE_PATH(), std::ios::binary);
+  EXPECT_EQ(std::string(std::istreambuf_iterator<char>(in), {}), std::string("\x64\xEA\0\0\x0D\x0C\x0B\x0A", 8))
+      << "60004 and the value, four little-endian bytes each; the scene id stays out";
+  UIOperation loaded;
+  ASSERT_TRUE(file.OPEN_READ(name));
+  EXPECT_TRUE(loaded.Load(file));
+  EXPECT_EQ(loaded.GetAction(), UIOperation::ACTION_HIDE);
+  EXPECT_EQ(loaded.GetSavedValue(), 0x0A0B0C0Du);
+  EXPECT_EQ(loaded.GetSceneID(), 0xFFFFFFFFull);
+  EXPECT_FALSE(loaded.Load(file)) << "nothing more";
+  EXPECT_TRUE(file.CLOSE());
+  EXPECT_TRUE(name.REMOVE());
 }
 
 }  // namespace

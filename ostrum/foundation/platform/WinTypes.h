@@ -39,6 +39,8 @@ using HICON = HICON__*;
 using HCURSOR = HICON;
 struct HBRUSH__;
 using HBRUSH = HBRUSH__*;
+struct HDC__;
+using HDC = HDC__*;              ///< device context handle
 
 #ifndef TRUE
 #define TRUE 1
@@ -54,6 +56,14 @@ using HBRUSH = HBRUSH__*;
 struct POINT {
   LONG x = 0;
   LONG y = 0;
+};
+
+/// A rectangle in pixels: left and top inside it, right and bottom just outside.
+struct RECT {
+  LONG left = 0;
+  LONG top = 0;
+  LONG right = 0;
+  LONG bottom = 0;
 };
 
 /// The procedure of a window class: receives every message sent or dispatched to its windows.

@@ -13,6 +13,7 @@
 #include "DocumentUndoScenario.h"
 #include "PlannerModel.h"
 #include "PlannerTrace.h"
+#include "TreeScenario.h"
 #include "UndoScenario.h"
 #include "ostrum/deferred/DeferredTaskManager.h"
 #include "ostrum/document/MLocker.h"
@@ -135,6 +136,7 @@ int main(int argc, char** argv) {
   planner::RunCleanupScenario();
 
   planner::RunCoordinateScenario();
+  planner::RunTreeScenario();
   planner::RunDocumentUndoScenario();
 
   planner::RunUndoScenario();

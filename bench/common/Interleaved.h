@@ -1,0 +1,54 @@
+#pragma once
+// Comparisons timed round by round: every case runs once untimed, then in each round every case
+// runs once, in an order that alternates from round to round, so that what the shared machine
+// does meanwhile falls on all cases alike. Each case's median is kept and the ratios printed.
+
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace ostrum_bench {
+
+struct TimedCase {
+  std::string name;
+  std::function<void()> body;
+  double median_seconds = 0;
+};
+
+/// Runs the cases as told above and fills in their medians.
+inline void RunInterleaved(std::vector<TimedCase>& cases, int rounds) {
+  for (TimedCase& c : cases) c.body();  // warm-up
+  std::vector<std::vector<double>> times(cases.size());
+  for (int round = 0; round < rounds; ++round) {
+    for (size_t k = 0; k < cases.size(); ++k) {
+      const size_t i = round % 2 == 0 ? k : cases.size() - 1 - k;
+      const auto start = std::chrono::steady_clock::now();
+      cases[i].body();
+      times[i].push_back(std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count());
+    }
+  }
+  for (size_t i = 0; i < cases.size(); ++i) {
+    std::vector<double>& t = times[i];
+    std::nth_element(t.begin(), t.begin() + t.size() / 2, t.end());
+    cases[i].median_seconds = t[t.size() / 2];
+  }
+}
+
+/// Prints each case's median per item (in nanoseconds, for `items` items a run).
+inline void PrintMedians(const std::vector<TimedCase>& cases, double items) {
+  for (const TimedCase& c : cases)
+    std::printf("  %-52s %12.2f ns per item (median)\n", c.name.c_str(), 1e9 * c.median_seconds / items);
+}
+
+/// Prints the ratio of two cases' medians.
+inline void PrintRatio(const char* label, const TimedCase& framework, const TimedCase& floor) {
+  std::printf("  %-52s %8.3f   (%s / %s)\n", label, framework.median_seconds / floor.median_seconds,
+              framework.name.c_str(), floor.name.c_str());
+}
+
+}  // namespace ostrum_bench

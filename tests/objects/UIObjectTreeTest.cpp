@@ -276,7 +276,8 @@ class KeepingDocument : public TestDocument {
   }
 };
 
-TEST_F(UIObjectWithRepository, OperationsChangeTheLabelSendACloneOrLeaveTheDefiningSubjects) {
+// The document makes the application's repository itself.
+TEST(UIObjectOperations, ChangeTheLabelSendACloneOrLeaveTheDefiningSubjects) {
   KeepingDocument document;
   Node node("node");
   MOperation relabel;

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "ostrum/coordinates/MTransformRepositoryEx.h"
+#include "ostrum/database/MDataBase.h"
 #include "ostrum/document/MMainFrame.h"
 #include "ostrum/document/MView.h"
 #include "ostrum/document/private/OperationDoer.h"
@@ -15,6 +16,8 @@
 #include "ostrum/objects/IObserver.h"
 #include "ostrum/objects/private/ObserverWalk.h"
 #include "ostrum/operations/MOperation.h"
+#include "ostrum/operations/UIOperation.h"
+#include "ostrum/objects/UIObject.h"
 #include "ostrum/operations/private/ObserverCollection.h"
 #include "ostrum/document/private/OperationWrapper.h"
 #include "ostrum/document/private/UndoBudget.h"
@@ -146,17 +149,85 @@ void MDocument::DoUpdateUI(MOperation* operation, void* param, uint32_t) {
 
 void MDocument::CleanUpObjectList() {}
 
-void MDocument::DestroyAllRenderOptimisations() {}
+void MDocument::DestroyAllRenderOptimisations() {
+  if (mgp_database) mgp_database->GetRootUIObject().DestroyRenderOptimisations();
+}
 
 MDocument::EResultIO MDocument::_SaveDocument(const wchar_t*) { return RESULT_IO_OK; }
 
 bool MDocument::_LoadDocument(const wchar_t*) { return true; }
 
-bool MDocument::_DoOperation(MOperation*) { return true; }
+namespace {
 
-bool MDocument::_UndoOperation(uint32_t, MOperation*) { return true; }
+// Calls `verb` of the database for each object of the operation.
+template <typename Verb>
+void ForEachObject(MOperation& operation, Verb verb) {
+  for (size_t i = 0; i < operation.GetNumObjects(); ++i) verb(operation.GetObjectW(i));
+}
 
-bool MDocument::_RedoOperation(MOperation*) { return true; }
+// The same, for the tree objects only.
+template <typename Verb>
+void ForEachTreeObject(MOperation& operation, Verb verb) {
+  for (size_t i = 0; i < operation.GetNumObjects(); ++i)
+    if (auto* object = dynamic_cast<UIObject*>(operation.GetObjectW(i))) verb(object);
+}
+
+}  // namespace
+
+bool MDocument::_DoOperation(MOperation* operation) {
+  MDataBase* database = mgp_database;
+  if (!database) return true;
+  switch (operation->GetAction()) {
+    case MOperation::ACTION_ADD:
+      ForEachObject(*operation, [database](IObject* object) { database->AddObject(object); });
+      break;
+    case MOperation::ACTION_REMOVE:
+      ForEachObject(*operation, [database](IObject* object) { database->RemoveObject(object); });
+      break;
+    case MOperation::ACTION_DELETE:
+      ForEachTreeObject(*operation, [database](UIObject* object) { database->DeleteObject(object); });
+      break;
+    case UIOperation::ACTION_SELECT:
+      ForEachObject(*operation, [database](IObject* object) { database->AddSelectedObject(object); });
+      break;
+    case UIOperation::ACTION_DESELECT:
+    case UIOperation::ACTION_DESELECT_ALL:
+      ForEachObject(*operation, [database](IObject* object) { database->RemoveSelectedObject(object); });
+      break;
+    default:
+      break;
+  }
+  return true;
+}
+
+bool MDocument::_UndoOperation(uint32_t action, MOperation* operation) {
+  // `action` is what the operation did; its own action field holds the inverse now.
+  MDataBase* database = mgp_database;
+  if (!database) return true;
+  if (action == MOperation::ACTION_REMOVE) {
+    ForEachTreeObject(*operation, [database](UIObject* object) { database->RestoreObject(object); });
+  } else if (action == MOperation::ACTION_ADD) {
+    ForEachTreeObject(*operation, [database](UIObject* object) {
+      object->DestroyRenderOptimisations();
+      database->RemoveObject(object);
+    });
+  }
+  return true;
+}
+
+bool MDocument::_RedoOperation(MOperation* operation) {
+  MDataBase* database = mgp_database;
+  if (!database) return true;
+  if (operation->GetAction() == MOperation::ACTION_REMOVE) {
+    ForEachTreeObject(*operation, [database](UIObject* object) {
+      object->DestroyRenderOptimisations();
+      database->RemoveObject(object);
+    });
+  } else if (operation->GetAction() == MOperation::ACTION_ADD) {
+    ForEachTreeObject(*operation, [database](UIObject* object) { database->RestoreObject(object); });
+  }
+  return true;
+}
 
 bool MDocument::_PrepareOperation(MOperation* operation) {
   switch (operation->GetAction()) {
@@ -166,7 +237,11 @@ bool MDocument::_PrepareOperation(MOperation* operation) {
     case 60002: {  // deselect all
       // The selected objects, in the database's order; a document without a database has
       // none selected.
-      std::vector<IObject*> selected;
+      std::vector<UIObject*> selected;
+      if (mgp_database) {
+        const UIObjectList& list = mgp_database->GetUIObjectListSelected();
+        selected.assign(list.begin(), list.end());
+      }
       if (operation->GetNumObjects() == 0) {
         for (IObject* object : selected) operation->AddObject(object);
         return true;

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <exception>
 
+#include "ostrum/database/MDataBase.h"
 #include "ostrum/document/private/OperationWrapper.h"
 #include "ostrum/document/private/UndoBudget.h"
 #include "ostrum/document/private/UndoFiles.h"
@@ -138,8 +139,8 @@ void Doer::Finish() {
 }
 
 // 8. Objects deleted by the operation die in the database's recycling, after observers and
-// windows have seen the operation. Without a database there is nothing to recycle.
-void Doer::RecycleGarbage() {}
+// windows have seen the operation.
+void Doer::RecycleGarbage() { MDataBase::RecycleGarbage(); }
 
 void Doer::Rollback() {
   if (m_transaction && m_transaction->IsValid()) m_transaction->Rollback();

@@ -204,8 +204,10 @@ bool MOperation::Load(MFile& file) {
   return true;
 }
 
-const wchar_t* MOperation::_GetActionString() {
-  if (!VarnResLoadStringEx(GetActionTextID(GetAction()), m_action_text)) m_action_text.clear();
+const wchar_t* MOperation::_GetActionString() { return _LoadActionString(GetActionTextID(GetAction())); }
+
+const wchar_t* MOperation::_LoadActionString(uint32_t text_id) {
+  if (!VarnResLoadStringEx(text_id, m_action_text)) m_action_text.clear();
   return m_action_text.c_str();
 }
 

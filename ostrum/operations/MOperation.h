@@ -95,6 +95,9 @@ class OSTRUM_API MOperation {
  protected:
   /// Loads the text of the action's text id from the host's string table and returns it.
   virtual const wchar_t* _GetActionString();
+  /// Loads the text `text_id` into the operation's action text and answers it (empty when the
+  /// text is missing): what the overrides of _GetActionString answer.
+  const wchar_t* _LoadActionString(uint32_t text_id);
   /// Asks each object to do the operation; true if all answered true. All are asked.
   virtual bool _DoOperation();
   /// Asks each object to undo; true if all answered true.

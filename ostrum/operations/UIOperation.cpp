@@ -3,7 +3,6 @@
 #include <string>
 
 #include "ostrum/foundation/core/MFile.h"
-#include "ostrum/foundation/core/StringResources.h"
 
 namespace {
 
@@ -56,8 +55,7 @@ uint32_t UIOperation::GetUIActionTextID(uint32_t action) {
 
 const wchar_t* UIOperation::_GetActionString() {
   if (!FindUIAction(GetAction())) return MOperation::_GetActionString();
-  if (!VarnResLoadStringEx(GetUIActionTextID(GetAction()), m_ui_text)) m_ui_text.clear();
-  return m_ui_text.c_str();
+  return _LoadActionString(GetUIActionTextID(GetAction()));
 }
 
 bool UIOperation::Save(MFile& file) {

@@ -54,6 +54,5 @@ class OSTRUM_API UIOperation : public MOperation {
  private:
   uint32_t m_saved_value = 0;
   unsigned long long m_reserved = 0;
-  std::wstring m_ui_text;  // the last action text loaded
   unsigned long long m_scene_id = 0xFFFFFFFF;
 };

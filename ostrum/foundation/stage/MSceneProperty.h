@@ -23,6 +23,7 @@ class MSceneProperty : public MScenePropertyBase {
   explicit MSceneProperty(const T& default_value = T()) : m_default(default_value) {}
   MSceneProperty(const MSceneProperty&) = default;
   MSceneProperty& operator=(const MSceneProperty&) = default;
+  ~MSceneProperty() override = default;
 
   /// Sets the value of scene `id`, making its instance if there is none.
   void SetValue(const T& value, SceneID id) {
@@ -58,6 +59,15 @@ class MSceneProperty : public MScenePropertyBase {
   std::size_t GetNumInstances() const { return m_instances.size(); }
   const_iterator begin() const { return m_instances.begin(); }
   const_iterator end() const { return m_instances.end(); }
+
+ protected:
+  void _MergeScene(SceneID from, SceneID to) override {
+    auto it = _Find(from);
+    if (it == m_instances.end() || it->first != from) return;
+    const T value = it->second;
+    m_instances.erase(it);
+    if (!HasInstance(to)) SetValue(value, to);
+  }
 
  private:
   // Most objects know one or two scenes: up to two instances live inside the property.

@@ -1,0 +1,3 @@
+#pragma once
+// UIOperationExport is declared beside UIOperationImport.
+#include "ostrum/operations/UIOperationImport.h"

@@ -64,7 +64,7 @@ bool MObjectList::RegisterObject(IObject* object) {
 bool MObjectList::RemoveObject(IObject* object, bool call_hook) {
   auto it = m_where.find(object);
   if (it == m_where.end() || it->second.removed) return false;
-  m_live.Erase(it->second.slot);
+  m_live.Erase(it->second.slot, m_where);
   it->second = {true, m_removed.Append(object)};
   if (call_hook) object->OnRemove();
   return true;
@@ -73,7 +73,7 @@ bool MObjectList::RemoveObject(IObject* object, bool call_hook) {
 bool MObjectList::RestoreObject(IObject* object) {
   auto it = m_where.find(object);
   if (it == m_where.end() || !it->second.removed) return false;
-  m_removed.Erase(it->second.slot);
+  m_removed.Erase(it->second.slot, m_where);
   it->second = {false, m_live.Append(object)};
   object->OnRestore();
   return true;
@@ -82,7 +82,7 @@ bool MObjectList::RestoreObject(IObject* object) {
 bool MObjectList::_Take(IObject* object) {
   auto it = m_where.find(object);
   if (it == m_where.end()) return false;
-  (it->second.removed ? m_removed : m_live).Erase(it->second.slot);
+  (it->second.removed ? m_removed : m_live).Erase(it->second.slot, m_where);
   m_where.erase(it);
   return true;
 }

@@ -60,7 +60,8 @@ class OSTRUM_API MObjectList {
   using Index = std::unordered_map<const IObject*, Place>;
 
   // A list in its order. Taking an object out leaves a hole, so that it costs constant time;
-  // the holes go (and the slots of the index with them) at the next access by position.
+  // the holes go (and the slots of the index with them) at the next access by position, or
+  // when they outnumber the objects.
   class Slots {
    public:
     std::size_t Count() const { return m_items.size() - m_holes; }
@@ -68,9 +69,11 @@ class OSTRUM_API MObjectList {
       m_items.push_back(object);
       return m_items.size() - 1;
     }
-    void Erase(std::size_t slot) {
+    /// Leaves a hole; once holes are the most of the list they go, so that a long run of
+    /// removals and restorations without access by position keeps the list small.
+    void Erase(std::size_t slot, Index& where) {
       m_items[slot] = nullptr;
-      ++m_holes;
+      if (++m_holes > 16 && m_holes * 2 > m_items.size()) _Compact(where);
     }
     IObject* At(std::size_t index, Index& where) const;
     /// The objects in order, the list left empty.

@@ -130,11 +130,19 @@ void PlanObject::LoadState(const MOperation*, MStreamUndoIn& in) {
   m_vertices = std::move(vertices);
 }
 
-PlannerDocument::PlannerDocument() { SetTitle(L"plan.ostrum"); }
+PlannerDocument::PlannerDocument() : m_database(std::make_unique<MDataBase>()) {
+  _SetDataBasePointer(m_database.get());
+  SetTitle(L"plan.ostrum");
+}
+
+PlannerDocument::~PlannerDocument() {
+  if (GetDataBase() == m_database.get()) _SetDataBasePointer(nullptr);
+}
 
 PlanObject* PlannerDocument::Make(const std::wstring& type, const std::wstring& label, size_t vertex_floats) {
-  m_objects.push_back(std::make_unique<PlanObject>(type, label, vertex_floats));
-  return m_objects.back().get();
+  auto* object = new PlanObject(type, label, vertex_floats);
+  m_database->RegisterObject(object);
+  return object;
 }
 
 bool PlannerDocument::_PrepareOperation(MOperation* op) {
@@ -146,10 +154,6 @@ bool PlannerDocument::_PrepareOperation(MOperation* op) {
 bool PlannerDocument::_DoOperation(MOperation* op) {
   HookTrace(L"  document._DoOperation (done mark: " +
             std::wstring(IUIUpdate::IsOperationBeingDone() ? L"set" : L"clear") + L")");
-  if (op->GetAction() == MOperation::ACTION_ADD) {
-    for (size_t i = 0; i < op->GetNumObjects(); ++i)
-      registered.push_back(static_cast<PlanObject*>(op->GetObjectW(i))->Label());
-  }
   return MDocument::_DoOperation(op);
 }
 

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "ostrum/database/MDataBase.h"
 #include "ostrum/document/MDocument.h"
 #include "ostrum/foundation/geometry/MMPoint3d.h"
 #include "ostrum/foundation/geometry/MMTransformMatrix.h"
@@ -81,28 +82,29 @@ class PlanObject : public MObject, public MSubject, public MDefinedObject {
   std::vector<float> m_vertices;
 };
 
-/// The planner's document: it keeps its objects in a plain list (its stand-in for a database)
-/// and traces its own hooks of the pipeline.
+/// The planner's document: it makes its database, where its objects live, and traces its own
+/// hooks of the pipeline.
 class PlannerDocument : public MDocument {
  public:
   PlannerDocument();
+  ~PlannerDocument() override;
 
   /// The planner works on an opened plan, so that changes get the modified mark.
   void MarkLoaded() { m_doc_loaded = true; }
+  /// A new object, registered in the database (which owns it) but not live until added.
   PlanObject* Make(const std::wstring& type, const std::wstring& label, size_t vertex_floats = 0);
+  MDataBase& Database() { return *m_database; }
   /// The planner's document, while there is one.
   static PlannerDocument* Active() { return static_cast<PlannerDocument*>(GetActiveDocument()); }
 
   void DoUpdateUI(MOperation* op, void* param, uint32_t unused) override;
-
-  std::vector<std::wstring> registered;
 
  protected:
   bool _PrepareOperation(MOperation* op) override;
   bool _DoOperation(MOperation* op) override;
 
  private:
-  std::vector<std::unique_ptr<PlanObject>> m_objects;
+  std::unique_ptr<MDataBase> m_database;
 };
 
 /// A view of the plan's objects, told of every operation that changes one of them.

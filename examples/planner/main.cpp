@@ -10,6 +10,7 @@
 
 #include "CleanupScenario.h"
 #include "CoordinateScenario.h"
+#include "DatabaseScenario.h"
 #include "DocumentUndoScenario.h"
 #include "PlannerModel.h"
 #include "PlannerTrace.h"
@@ -68,8 +69,10 @@ int main(int argc, char** argv) {
     Trace(L"action text: \"" + std::wstring(op->GetActionString()) + L"\"");
     Run(doc, op, L"add");
     std::wstring names;
-    for (const std::wstring& name : doc.registered) names += L" [" + name + L"]";
-    Trace(L"document now holds:" + names);
+    MDataBase& database = doc.Database();
+    for (size_t i = 0; i < database.GetNumObjects(); ++i)
+      names += L" [" + static_cast<PlanObject*>(database.GetObjectW(i))->Label() + L"]";
+    Trace(L"the database's live objects:" + names);
   }
 
   Heading(L"changing a label");
@@ -138,6 +141,7 @@ int main(int argc, char** argv) {
   planner::RunCoordinateScenario();
   planner::RunTreeScenario();
   planner::RunDocumentUndoScenario();
+  planner::RunDatabaseScenario();
 
   planner::RunUndoScenario();
 

@@ -54,6 +54,7 @@ struct NotificationCenter::Implementation {
   template <class Matches>
   void RemoveFromMap(ObserverMap& map, ObserverMap::iterator at, Matches const& matches);
   void ListCreatedOrErased() { ++m_generation; }
+  [[gnu::noinline]] void Deliver(List& list, _BaseNotification& notification);
 
   ObserverMap m_observers;
   Delivery* m_delivery = nullptr;
@@ -61,6 +62,7 @@ struct NotificationCenter::Implementation {
   // Open addressing over a power-of-two table, filled at most to half; slots are never
   // emptied, only refreshed, and there is one per type name address seen.
   std::vector<CacheSlot> m_cache;
+  std::size_t m_cache_mask = 0;  // size - 1, once there are slots
   std::size_t m_cache_used = 0;
   std::uint64_t m_generation = 1;
 };
@@ -79,8 +81,8 @@ inline std::size_t CacheIndex(char const* name, std::size_t mask) {
 // call from the same program or library: the address is the key that is cheap to compare.
 // The same type seen from two libraries has two addresses, and so two slots for one list.
 inline auto NotificationCenter::Implementation::FindList(char const* type_name) -> List* {
-  if (!m_cache.empty()) {
-    std::size_t const mask = m_cache.size() - 1;
+  if (m_cache_mask) {
+    std::size_t const mask = m_cache_mask;
     for (std::size_t i = CacheIndex(type_name, mask);; i = (i + 1) & mask) {
       CacheSlot const& slot = m_cache[i];
       if (slot.m_name == type_name) {
@@ -99,16 +101,17 @@ auto NotificationCenter::Implementation::LookUpAndCache(char const* type_name) -
   if ((m_cache_used + 1) * 2 > m_cache.size()) {
     std::vector<CacheSlot> old = std::move(m_cache);
     m_cache.assign(std::max<std::size_t>(16, old.size() * 2), CacheSlot());
+    m_cache_mask = m_cache.size() - 1;
     m_cache_used = 0;
     for (CacheSlot const& slot : old) {
       if (!slot.m_name) continue;
-      std::size_t i = CacheIndex(slot.m_name, m_cache.size() - 1);
-      while (m_cache[i].m_name) i = (i + 1) & (m_cache.size() - 1);
+      std::size_t i = CacheIndex(slot.m_name, m_cache_mask);
+      while (m_cache[i].m_name) i = (i + 1) & m_cache_mask;
       m_cache[i] = slot;
       ++m_cache_used;
     }
   }
-  std::size_t const mask = m_cache.size() - 1;
+  std::size_t const mask = m_cache_mask;
   std::size_t i = CacheIndex(type_name, mask);
   while (m_cache[i].m_name && m_cache[i].m_name != type_name) i = (i + 1) & mask;
   if (!m_cache[i].m_name) ++m_cache_used;
@@ -217,16 +220,11 @@ void NotificationCenter::_RemoveObservers(_ObserverRef const& observer, ISubject
   remove_from(impl.m_observers);
 }
 
-void NotificationCenter::_NotifyObservers(_BaseNotification& notification, char const* type_name) {
-  if (!m_impl || !type_name) return;
-  Implementation& impl = *m_impl;
-  Implementation::List* list = impl.FindList(type_name);
-  // Without a list nobody is called, so nobody can add or remove anything: no frame needed.
-  if (!list) return;
-
-  using Delivery = Implementation::Delivery;
-  Delivery delivery{&impl, impl.m_delivery, {}, list, list->begin()};
-  impl.m_delivery = &delivery;
+// The walk of one list, out of line so that a type without observers costs only the look-up.
+// `this` may be destroyed by an observer: after each call only the frame is trusted.
+void NotificationCenter::Implementation::Deliver(List& list, _BaseNotification& notification) {
+  Delivery delivery{this, m_delivery, {}, &list, list.begin()};
+  m_delivery = &delivery;
 
   // The end of the delivery, also when an observer throws: unless the center has gone, what
   // was added meanwhile moves out to the enclosing delivery, or into the observer map.
@@ -234,19 +232,26 @@ void NotificationCenter::_NotifyObservers(_BaseNotification& notification, char 
     Delivery& d;
     ~End() {
       if (!d.m_center) return;
-      d.m_center->Merge(d.m_pending, d.m_outer ? d.m_outer->m_pending : d.m_center->m_observers);
+      if (!d.m_pending.empty())
+        d.m_center->Merge(d.m_pending, d.m_outer ? d.m_outer->m_pending : d.m_center->m_observers);
       d.m_center->m_delivery = d.m_outer;
     }
   } const end{delivery};
 
   while (delivery.m_next != delivery.m_list->end()) {
-    Implementation::Entry& entry = *delivery.m_next;
+    Entry& entry = *delivery.m_next;
     ++delivery.m_next;  // first, so that the entry may remove itself
     if (entry.m_subject && entry.m_subject != notification.subject) continue;
     if (!entry.InvokeObserver(notification)) break;
     // The center may have gone, and with it `this`; or the list may have left the map.
     if (!delivery.m_center || !delivery.m_list) break;
   }
+}
+
+void NotificationCenter::_NotifyObservers(_BaseNotification& notification, char const* type_name) {
+  if (!m_impl || !type_name) return;
+  // Without a list nobody is called, so nobody can add or remove anything: no frame needed.
+  if (Implementation::List* list = m_impl->FindList(type_name)) m_impl->Deliver(*list, notification);
 }
 
 }  // namespace Ostrum

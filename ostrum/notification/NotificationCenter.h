@@ -20,6 +20,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <new>
 #include <type_traits>
 #include <typeinfo>
 
@@ -155,10 +156,13 @@ class OSTRUM_API NotificationCenter {
     void (Target::*member_function)(Notification const&);
 
     static bool Invoke(void* functor, _BaseNotification& base) {
-      _MemberCall call;
-      std::memcpy(&call, functor, sizeof(call));  // the entry may go while the observer runs
+      // Read into locals first: the entry, and with it the storage, may go while the observer
+      // runs. The storage holds a _MemberCall since the entry's call was made from one.
+      _MemberCall const& call = *std::launder(static_cast<_MemberCall const*>(functor));
+      Target* const observer = call.observer;
+      auto const member_function = call.member_function;
       Notification const& notification = *static_cast<Notification const*>(base.notification);
-      (call.observer->*call.member_function)(notification);
+      (observer->*member_function)(notification);
       if constexpr (requires { { notification.CanContinueDelivery() } -> std::convertible_to<bool>; })
         return notification.CanContinueDelivery();
       else

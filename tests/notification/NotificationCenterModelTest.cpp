@@ -51,20 +51,19 @@ struct Move {
 };
 
 std::string Describe(Move const& m) {
-  auto subject = [](int s) { return s == kAny ? std::string("any") : s == kNull ? std::string("null") : "s" + std::to_string(s); };
-  auto type = [](int t) { return t == kAny ? std::string("all types") : t == 0 ? std::string("Alpha") : std::string("Beta"); };
+  auto n = [](char const* prefix, int v) {
+    return v == kAny ? std::string("any") : v == kNull ? std::string("null") : prefix + std::to_string(v);
+  };
+  std::string const type = m.type == kAny ? "all types" : m.type == 0 ? "Alpha" : "Beta";
   switch (m.kind) {
-    case Kind::kNothing: return "-";
-    case Kind::kAdd: return "add o" + std::to_string(m.observer) + " " + type(m.type) + " filter " + subject(m.subject);
-    case Kind::kRemove:
-      return "remove " + (m.observer == kNull ? std::string("null ref") : "o" + std::to_string(m.observer)) + " " +
-             type(m.type) + " filter " + subject(m.subject);
-    case Kind::kNotify: return "notify " + type(m.type) + " from " + subject(m.subject);
+    case Kind::kAdd: return "add " + n("o", m.observer) + " " + type + " filter " + n("s", m.subject);
+    case Kind::kRemove: return "remove " + n("o", m.observer) + " " + type + " filter " + n("s", m.subject);
+    case Kind::kNotify: return "notify " + type + " from " + n("s", m.subject);
     case Kind::kStop: return "stop";
     case Kind::kThrow: return "throw";
     case Kind::kDestroy: return "destroy the center";
+    default: return "-";
   }
-  return "?";
 }
 
 struct Program {

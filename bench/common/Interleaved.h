@@ -18,6 +18,8 @@ struct TimedCase {
   std::string name;
   std::function<void()> body;
   double median_seconds = 0;
+  double low_seconds = 0;   ///< first quartile of the rounds
+  double high_seconds = 0;  ///< third quartile of the rounds
 };
 
 /// Runs the cases as told above and fills in their medians.
@@ -34,8 +36,10 @@ inline void RunInterleaved(std::vector<TimedCase>& cases, int rounds) {
   }
   for (size_t i = 0; i < cases.size(); ++i) {
     std::vector<double>& t = times[i];
-    std::nth_element(t.begin(), t.begin() + t.size() / 2, t.end());
+    std::sort(t.begin(), t.end());
     cases[i].median_seconds = t[t.size() / 2];
+    cases[i].low_seconds = t[t.size() / 4];
+    cases[i].high_seconds = t[3 * t.size() / 4];
   }
 }
 

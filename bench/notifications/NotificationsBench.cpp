@@ -15,7 +15,7 @@
 #include <functional>
 #include <vector>
 
-#include "common/InterleavedRounds.h"
+#include "common/Interleaved.h"
 #include "ostrum/notification/NotificationCenter.h"
 
 namespace {
@@ -51,22 +51,23 @@ struct Sides {
     for (Receiver& r : receivers[3]) QObject::connect(&qt, &QtSender::ping, [&r](Ping const& p) { r.OnPing(p); });
   }
 
-  std::vector<ostrum_bench::Contender> Contenders() {
+  // Each case delivers `n` notifications a run.
+  std::vector<ostrum_bench::TimedCase> Cases(std::size_t n) {
     return {
-        {"notification center", [this](std::size_t n) {
+        {"notification center", [this, n] {
            for (std::size_t i = 0; i < n; ++i) center.NotifyObservers(nullptr, Ping{static_cast<long>(i)});
          }},
-        {"loop over std::function", [this](std::size_t n) {
+        {"loop over std::function", [this, n] {
            for (std::size_t i = 0; i < n; ++i) {
              Ping const ping{static_cast<long>(i)};
              for (auto& f : functions) f(ping);
              benchmark::ClobberMemory();
            }
          }},
-        {"Boost.Signals2", [this](std::size_t n) {
+        {"Boost.Signals2", [this, n] {
            for (std::size_t i = 0; i < n; ++i) signal(Ping{static_cast<long>(i)});
          }},
-        {"Qt signal", [this](std::size_t n) {
+        {"Qt signal", [this, n] {
            for (std::size_t i = 0; i < n; ++i) Q_EMIT qt.ping(Ping{static_cast<long>(i)});
          }},
     };
@@ -80,35 +81,33 @@ int main() {
   std::printf("One delivery, median ns over %d interleaved rounds (first and third quartile):\n", kRounds);
   struct Line {
     int observers;
-    std::vector<ostrum_bench::RoundTimes> times;
+    std::vector<ostrum_bench::TimedCase> cases;
   };
   std::vector<Line> lines;
-  std::vector<std::string> names;
   for (int observers : {0, 1, 8}) {
     Sides sides(observers);
-    auto contenders = sides.Contenders();
-    // About a millisecond per batch for the slowest side.
+    // About a millisecond per run for the slowest side.
     std::size_t const repetitions = observers == 0 ? 200000 : observers == 1 ? 100000 : 20000;
-    auto times = ostrum_bench::TimeInterleaved(contenders, repetitions, kRounds);
-    for (std::size_t i = 0; i < contenders.size(); ++i)
-      std::printf("  %d observers  %-24s %8.2f ns   (%.2f .. %.2f)\n", observers, contenders[i].name.c_str(),
-                  times[i].median_ns, times[i].low_ns, times[i].high_ns);
+    auto cases = sides.Cases(repetitions);
+    ostrum_bench::RunInterleaved(cases, kRounds);
+    auto ns = [repetitions](double seconds) { return 1e9 * seconds / static_cast<double>(repetitions); };
+    for (const ostrum_bench::TimedCase& c : cases)
+      std::printf("  %d observers  %-24s %8.2f ns   (%.2f .. %.2f)\n", observers, c.name.c_str(), ns(c.median_seconds),
+                  ns(c.low_seconds), ns(c.high_seconds));
     // Every side must have done the same work: the same sums in every receiver.
     for (int side = 1; side < 4; ++side)
       for (std::size_t r = 0; r < sides.receivers[0].size(); ++r)
         if (sides.receivers[side][r].sum != sides.receivers[0][r].sum) {
-          std::printf("side %s did not deliver the same notifications\n", contenders[side].name.c_str());
+          std::printf("side %s did not deliver the same notifications\n", cases[side].name.c_str());
           return 1;
         }
-    lines.push_back({observers, std::move(times)});
-    if (names.empty())
-      for (auto& c : contenders) names.push_back(c.name);
+    lines.push_back({observers, std::move(cases)});
   }
   std::printf("\nRatios (notification center / other, medians, lower is better):\n");
   for (Line const& line : lines)
-    for (std::size_t i = 1; i < line.times.size(); ++i)
-      std::printf("  %d observers, against %-24s %8.3f\n", line.observers, names[i].c_str(),
-                  line.times[0].median_ns / line.times[i].median_ns);
+    for (std::size_t i = 1; i < line.cases.size(); ++i)
+      std::printf("  %d observers, against %-24s %8.3f\n", line.observers, line.cases[i].name.c_str(),
+                  line.cases[0].median_seconds / line.cases[i].median_seconds);
   return 0;
 }
 

@@ -2,11 +2,16 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <chrono>
 #include <string>
+#include <thread>
+#include <vector>
 
 #include "support/CallLog.h"
 #include "support/DesktopFixture.h"
 #include "ostrum/foundation/platform/HeadlessDriver.h"
+#include "ostrum/foundation/platform/MessageDispatch.h"
 #include "ostrum/foundation/platform/MessageQueue.h"
 #include "ostrum/foundation/platform/TickCount.h"
 
@@ -72,6 +77,35 @@ TEST_F(DesktopModel, TheBackendIsToldWhatChangesOfWindowsItMayShow) {
   EXPECT_EQ(backend.log, (Calls{"geometry 300x200 client at 58,91", "text screw", "capture", "capture released",
                                 "enabled no", "enabled yes", "cursor 32515", "hidden", "destroyed"}));
   DestroyWindow(message_only);
+}
+
+TEST_F(DesktopModel, InputFromAnotherThreadWakesTheThreadThatOwnsTheWindowUnderTheCursor) {
+  const HWND frame = Frame({100, 100, 600, 500});
+  user.Wait(0);
+  POINT inside{50, 60};
+  ClientToScreen(frame, &inside);
+  std::atomic<bool> waiting{false};
+  std::thread backend_thread([&] {
+    while (!waiting.load()) std::this_thread::yield();
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    Ostrum::Desktop::InputMouseMove(inside);
+    Ostrum::Desktop::InputMouseButton(MouseButton::Left, true);
+  });
+  waiting = true;
+  MSG msg;
+  std::vector<UINT> taken;
+  // Blocks in the headless wait (no timer is set) until the records arrive.
+  while (taken.empty() || taken.back() != WM_LBUTTONDOWN) {
+    if (GetMessageW(&msg, nullptr, 0, 0) != 1) break;
+    taken.push_back(msg.message);
+    DispatchMessageW(&msg);
+  }
+  backend_thread.join();
+  EXPECT_EQ(taken, (std::vector<UINT>{WM_MOUSEMOVE, WM_LBUTTONDOWN}));
+  EXPECT_EQ(msg.hwnd, frame);
+  EXPECT_EQ(msg.lParam, MAKELPARAM(50, 60));
+  EXPECT_LT(GetAsyncKeyState(VK_LBUTTON), 0);
+  Ostrum::Desktop::InputMouseButton(MouseButton::Left, false);
 }
 
 TEST_F(DesktopModel, ResetPutsTheDesktopBackAndKeepsTheClockAndMessageOnlyWindows) {

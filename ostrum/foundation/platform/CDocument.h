@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "ostrum/Export.h"
-#include "ostrum/foundation/platform/CObject.h"
+#include "ostrum/foundation/platform/CCmdTarget.h"
 #include "ostrum/foundation/platform/CString.h"
 #include "ostrum/foundation/platform/WinTypes.h"
 

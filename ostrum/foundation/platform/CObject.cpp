@@ -1,6 +1,5 @@
-// Out-of-line anchors of the roots of the desktop framework's class tree.
+// Out-of-line anchor of the root of the desktop framework's class tree.
 
 #include "ostrum/foundation/platform/CObject.h"
 
 CObject::~CObject() = default;
-CCmdTarget::~CCmdTarget() = default;

@@ -1,6 +1,5 @@
 #pragma once
-// Roots of the desktop framework's class tree: CObject, and CCmdTarget for what receives
-// commands.
+// CObject: the root of the desktop framework's class tree.
 
 #include "ostrum/Export.h"
 
@@ -14,10 +13,4 @@ class OSTRUM_API CObject {
   CObject() = default;
   CObject(const CObject&) = default;
   CObject& operator=(const CObject&) = default;
-};
-
-/// A framework object that can receive commands (documents, windows, the application).
-class OSTRUM_API CCmdTarget : public CObject {
- public:
-  ~CCmdTarget() override;
 };

@@ -1,9 +1,15 @@
 #pragma once
 // HeadlessBackend: the default backend of the desktop model. Nothing is shown anywhere, and
-// time is the model's own: the clock moves only when told to, so runs are repeatable.
+// time is the model's own: the clock moves only when told to, so runs are repeatable. Modal
+// loops never block: the test driver's responder answers them, or they end with their default
+// answer and are logged as unanswered.
 
 #include <atomic>
 #include <cstdint>
+#include <functional>
+#include <mutex>
+#include <string>
+#include <vector>
 
 #include "ostrum/Export.h"
 #include "ostrum/foundation/platform/IDesktopBackend.h"
@@ -12,6 +18,10 @@ namespace Ostrum::Desktop {
 
 class OSTRUM_API HeadlessBackend : public IDesktopBackend {
  public:
+  /// Answers a modal frame that has nothing more to do: true if it acted (it ended the frame, or
+  /// queued input that will), false to leave the frame unanswered.
+  using ModalResponder = std::function<bool(ModalFrame&)>;
+
   /// A backend whose clock starts at `start_tick` milliseconds.
   explicit HeadlessBackend(uint64_t start_tick = 0);
 
@@ -19,15 +29,30 @@ class OSTRUM_API HeadlessBackend : public IDesktopBackend {
   /// A wait for a timer lets the model time pass at once: the clock jumps to `deadline`. A wait
   /// without deadline blocks until another thread posts or delivers input.
   void WaitForMessage(uint64_t deadline, QueueWakeup& wakeup) override;
+  RECT GetScreenRect() override;
+  /// Asks the responder; if it does not act, ends the frame with its default answer, marks it
+  /// unanswered and logs its description. Always true: a headless loop never waits.
+  bool OnModalIdle(ModalFrame& frame) override;
 
   /// Moves the clock forward by `ms`. Timers that come due wait in their queues until a
   /// message loop retrieves them.
   void AdvanceClock(uint64_t ms);
   /// Moves the clock to `tick`; nothing happens if the clock is there already or beyond.
   void AdvanceClockTo(uint64_t tick);
+  /// The screen's size from now on (1920 by 1080 at first).
+  void SetScreenSize(int cx, int cy);
+  /// The responder asked by OnModalIdle; null for none.
+  void SetModalResponder(ModalResponder responder);
+  /// The descriptions of the frames ended unanswered since the last call, in order; the log
+  /// is emptied.
+  std::vector<std::wstring> TakeUnansweredModals();
 
  private:
   std::atomic<uint64_t> m_now;
+  std::atomic<int64_t> m_screen;  // width in the high half, height in the low half
+  std::mutex m_mutex;
+  ModalResponder m_responder;
+  std::vector<std::wstring> m_unanswered;
 };
 
 /// The process's headless backend, in use unless the host set another.

@@ -2,6 +2,7 @@
 
 #include "ostrum/foundation/platform/IDesktopBackend.h"
 #include "ostrum/foundation/platform/WinMessages.h"
+#include "ostrum/foundation/platform/private/InputRouting.h"
 
 namespace Ostrum::Desktop {
 
@@ -13,17 +14,15 @@ void HeadlessDriver::AdvanceClock(uint32_t ms) { m_backend.AdvanceClock(ms); }
 
 DWORD HeadlessDriver::Now() const { return static_cast<DWORD>(m_backend.GetTickCount64()); }
 
+void HeadlessDriver::SetScreenSize(int cx, int cy) { m_backend.SetScreenSize(cx, cy); }
+
 BOOL HeadlessDriver::InjectInput(HWND hwnd, UINT message, WPARAM wParam, LPARAM lParam) {
   return DeliverInputMessage(hwnd, message, wParam, lParam);
 }
 
 BOOL HeadlessDriver::InjectKeyPress(HWND hwnd, UINT key) {
-  // Repeat count 1 in the low word; the release carries the previous-state and transition bits.
-  constexpr LPARAM kPress = 0x00000001;
-  constexpr LPARAM kRelease = static_cast<LPARAM>(0xC0000001u);
-  return DeliverInputMessage(hwnd, WM_KEYDOWN, key, kPress) && DeliverInputMessage(hwnd, WM_KEYUP, key, kRelease)
-             ? TRUE
-             : FALSE;
+  if (!hwnd) return FALSE;
+  return Private::QueueKey(hwnd, key, true) && Private::QueueKey(hwnd, key, false) ? TRUE : FALSE;
 }
 
 }  // namespace Ostrum::Desktop

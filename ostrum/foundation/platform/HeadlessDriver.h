@@ -1,6 +1,7 @@
 #pragma once
 // HeadlessDriver: how tests and headless hosts act as the world outside the model: they let
-// time pass and press keys or move the mouse.
+// time pass, size the screen, and deliver messages for a window directly. User input at the
+// screen goes through Input.h.
 
 #include <cstdint>
 
@@ -23,11 +24,14 @@ class OSTRUM_API HeadlessDriver {
   void AdvanceClock(uint32_t ms);
   /// The model clock now, as GetTickCount reads it.
   DWORD Now() const;
-  /// Puts an input message for `hwnd` (null: the calling thread) into its thread's input queue,
-  /// as a real key press or mouse event would arrive; see DeliverInputMessage. FALSE for a
-  /// message that is not input or an invalid window.
+  /// The screen's size from now on.
+  void SetScreenSize(int cx, int cy);
+  /// Puts an input message for `hwnd` (null: the calling thread) into its thread's input queue
+  /// as given, without routing; see DeliverInputMessage. FALSE for a message that is not input
+  /// or an invalid window.
   BOOL InjectInput(HWND hwnd, UINT message, WPARAM wParam = 0, LPARAM lParam = 0);
-  /// A key pressed and released: WM_KEYDOWN then WM_KEYUP with the virtual key `key`.
+  /// A key pressed and released for `hwnd` whatever has the focus: WM_KEYDOWN then WM_KEYUP
+  /// (WM_SYS* while Alt is down), with the key state and flags of real keys.
   BOOL InjectKeyPress(HWND hwnd, UINT key);
 
  private:

@@ -1,24 +1,49 @@
 #include "ostrum/foundation/platform/MessageDispatch.h"
 
+#include "ostrum/foundation/platform/KeyState.h"
 #include "ostrum/foundation/platform/TickCount.h"
 #include "ostrum/foundation/platform/Window.h"
+#include "ostrum/foundation/platform/private/ProcedureCall.h"
 #include "ostrum/foundation/platform/private/ThreadQueue.h"
+#include "ostrum/foundation/platform/private/WindowTable.h"
 
+using Ostrum::Desktop::Private::CurrentInput;
 using Ostrum::Desktop::Private::CurrentQueue;
 
 namespace {
 
-// The character a key types, or 0 for a key that types none.
+// The character a key types with the key state of its message (a US keyboard), or 0 for a key
+// that types none.
 wchar_t TypedCharacter(WPARAM key) {
-  if (key >= 'A' && key <= 'Z') return static_cast<wchar_t>(key - 'A' + 'a');
-  if (key >= '0' && key <= '9') return static_cast<wchar_t>(key);
+  const auto& keys = CurrentInput().keys;
+  const bool shift = keys.IsDown(VK_SHIFT);
+  const bool control = keys.IsDown(VK_CONTROL);
+  const bool caps = keys.toggled.test(VK_CAPITAL);
+  if (key >= 'A' && key <= 'Z') {
+    if (control) return static_cast<wchar_t>(key - 'A' + 1);  // Ctrl+A is 1, as on the desktop
+    return static_cast<wchar_t>(shift != caps ? key : key - 'A' + 'a');
+  }
+  if (control) return 0;
+  if (key >= '0' && key <= '9') return shift ? L")!@#$%^&*("[key - '0'] : static_cast<wchar_t>(key);
   switch (key) {
-    case 0x08:  // backspace
-    case 0x09:  // tab
-    case 0x0D:  // return
-    case 0x1B:  // escape
-    case 0x20:  // space
+    case VK_BACK:
+    case VK_TAB:
+    case VK_RETURN:
+    case VK_ESCAPE:
+    case VK_SPACE:
       return static_cast<wchar_t>(key);
+    case VK_OEM_1:
+      return shift ? L':' : L';';
+    case VK_OEM_PLUS:
+      return shift ? L'+' : L'=';
+    case VK_OEM_COMMA:
+      return shift ? L'<' : L',';
+    case VK_OEM_MINUS:
+      return shift ? L'_' : L'-';
+    case VK_OEM_PERIOD:
+      return shift ? L'>' : L'.';
+    case VK_OEM_2:
+      return shift ? L'?' : L'/';
     default:
       return 0;
   }
@@ -46,5 +71,8 @@ LRESULT DispatchMessageW(const MSG* msg) {
   }
   if (msg->hwnd == nullptr) return 0;
   // A window of this thread gets the message as if it were sent to it.
-  return SendMessageW(msg->hwnd, msg->message, msg->wParam, msg->lParam);
+  auto window = Ostrum::Desktop::Private::FindOwnWindowOrFail(msg->hwnd);
+  if (!window) return 0;
+  return Ostrum::Desktop::Private::CallProcedure(window->proc, msg->hwnd, msg->message, msg->wParam, msg->lParam,
+                                                 true);
 }

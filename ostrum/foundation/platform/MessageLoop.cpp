@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "ostrum/foundation/platform/CWinThread.h"
 #include "ostrum/foundation/platform/IDesktopBackend.h"
 #include "ostrum/foundation/platform/MessageDispatch.h"
 #include "ostrum/foundation/platform/MessageQueue.h"
@@ -21,8 +22,10 @@ int Pump(bool& quit) {
       quit = true;
       break;
     }
-    TranslateMessage(&msg);
-    DispatchMessageW(&msg);
+    if (!AfxPreTranslateMessage(&msg)) {
+      TranslateMessage(&msg);
+      DispatchMessageW(&msg);
+    }
     ++dispatched;
   }
   return dispatched;

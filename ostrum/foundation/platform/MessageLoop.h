@@ -9,9 +9,9 @@
 
 namespace Ostrum::Desktop {
 
-/// Retrieves, translates and dispatches every message of the calling thread that waits now,
-/// including what the procedures post on the way and timers that are due; the clock does not
-/// move. Stops early at WM_QUIT, which stays in the queue for the host's loop. Answers the
+/// Retrieves, pre-translates (AfxPreTranslateMessage), translates and dispatches every message
+/// of the calling thread that waits now, including what the procedures post on the way, paints
+/// and timers that are due; the clock does not move. Stops early at WM_QUIT, which stays in the queue for the host's loop. Answers the
 /// number of messages dispatched.
 OSTRUM_API int PumpWaitingMessages();
 /// Lets `ms` of model time pass on the calling thread: the clock is moved through the backend

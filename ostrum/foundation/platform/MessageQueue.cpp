@@ -2,6 +2,7 @@
 
 #include "ostrum/foundation/platform/IDesktopBackend.h"
 #include "ostrum/foundation/platform/LastError.h"
+#include "ostrum/foundation/platform/private/DesktopInput.h"
 #include "ostrum/foundation/platform/private/ThreadQueue.h"
 #include "ostrum/foundation/platform/private/WindowTable.h"
 
@@ -65,9 +66,13 @@ BOOL PeekMessageW(MSG* msg, HWND hwnd, UINT filter_min, UINT filter_max, UINT re
     return FALSE;
   }
   if (!ValidFilter(hwnd)) return FALSE;
-  return CurrentQueue().Take(*msg, MessageFilter{hwnd, filter_min, filter_max}, (remove & PM_REMOVE) != 0)
-             ? TRUE
-             : FALSE;
+  auto& queue = CurrentQueue();
+  const MessageFilter filter{hwnd, filter_min, filter_max};
+  const bool take = (remove & PM_REMOVE) != 0;
+  if (queue.Take(*msg, filter, take)) return TRUE;
+  // Nothing here: a backend that collects input lazily brings it in, and the queue looks again.
+  Ostrum::Desktop::GetDesktopBackend().PollEvents();
+  return queue.Take(*msg, filter, take) ? TRUE : FALSE;
 }
 
 DWORD GetQueueStatus(UINT flags) { return CurrentQueue().Status(flags); }
@@ -88,7 +93,16 @@ BOOL DeliverInputMessage(HWND hwnd, UINT message, WPARAM wParam, LPARAM lParam) 
   } else {
     return FALSE;
   }
-  return queue->PutInput(hwnd, message, wParam, lParam, kind) ? TRUE : FALSE;
+  Private::RawInput record;
+  record.kind = Private::RawKind::Targeted;
+  record.message = message;
+  record.wParam = wParam;
+  record.lParam = lParam;
+  record.hwnd = hwnd;
+  record.time = static_cast<DWORD>(GetDesktopBackend().GetTickCount64());
+  record.screen = Private::CursorPosition();
+  record.qs_kind = kind;
+  return queue->PutInput(record) ? TRUE : FALSE;
 }
 
 }  // namespace Ostrum::Desktop

@@ -47,13 +47,15 @@ OSTRUM_API BOOL PostThreadMessageW(DWORD thread_id, UINT message, WPARAM wParam,
 OSTRUM_API void PostQuitMessage(int exit_code);
 
 /// Takes the next message for the calling thread, waiting through the backend if none is there:
-/// posted messages first, then input, then the quit request, then due timers. `hwnd` null
+/// posted messages first, then input (routed now: see Input.h), then the quit request, then
+/// WM_PAINT for a window with something to paint, then due timers. `hwnd` null
 /// means any message of the thread, HWND_THREAD_MESSAGES only those with a null hwnd; a nonzero
 /// range takes only messages numbered in it. Answers 0 for WM_QUIT, -1 for an invalid window
 /// filter, nonzero otherwise.
 OSTRUM_API BOOL GetMessageW(MSG* msg, HWND hwnd, UINT filter_min, UINT filter_max);
-/// GetMessageW without waiting: FALSE if nothing matching waits. With PM_NOREMOVE the message
-/// stays (a peeked timer is not restarted).
+/// GetMessageW without waiting: FALSE if nothing matching waits (after the backend's PollEvents
+/// had its chance). With PM_NOREMOVE the message stays (a peeked timer is not restarted) and
+/// input routing makes no sends; WM_PAINT stays either way until the window is validated.
 OSTRUM_API BOOL PeekMessageW(MSG* msg, HWND hwnd, UINT filter_min, UINT filter_max, UINT remove);
 /// What waits in the calling thread's queue, limited to the QS_ kinds in `flags`: the high word
 /// holds the kinds waiting now, the low word those among them that arrived since the last call

@@ -9,6 +9,9 @@
 #include "ostrum/foundation/platform/MessageQueue.h"
 #include "ostrum/foundation/platform/ProcessIdentity.h"
 #include "ostrum/foundation/platform/Timer.h"
+#include "ostrum/foundation/platform/private/DesktopInput.h"
+#include "ostrum/foundation/platform/private/InputRouting.h"
+#include "ostrum/foundation/platform/private/Painting.h"
 #include "ostrum/foundation/platform/private/StaticThreadLocal.h"
 #include "ostrum/foundation/platform/private/WindowTable.h"
 
@@ -24,7 +27,7 @@ int InputSlot(UINT kind) {
   return 3;
 }
 
-MSG ToMsg(const QueuedMessage& m) { return MSG{m.hwnd, m.message, m.wParam, m.lParam, m.time, POINT{}}; }
+MSG ToMsg(const QueuedMessage& m) { return MSG{m.hwnd, m.message, m.wParam, m.lParam, m.time, m.pt}; }
 
 // Live queues by thread number, for PostThreadMessageW. Never destroyed: threads may end
 // after static destructors have started.
@@ -58,6 +61,7 @@ struct ThreadHolder {
     // No procedure can run for the thread's windows any more: they leave the table without
     // messages, and CWnd objects still attached lose their handles.
     for (CWnd* object : WindowTable::Get().ForgetThread(queue->GetThreadId())) object->m_hWnd = nullptr;
+    ForgetThreadInput(queue->GetThreadId());
     queue->Close();
     Registry& registry = GetRegistry();
     std::lock_guard<std::mutex> lock(registry.mutex);
@@ -93,7 +97,15 @@ void ThreadQueue::_UpdatePresentLocked() {
   m_present.store(bits, std::memory_order_release);
 }
 
+void ThreadQueue::_Wake() {
+  // The owning thread is not waiting while it posts to itself.
+  if (GetCurrentThreadId() == m_thread_id) return;
+  m_wakeup.Notify();
+  GetDesktopBackend().WakeThread(m_thread_id);
+}
+
 bool ThreadQueue::Post(HWND hwnd, UINT message, WPARAM wParam, LPARAM lParam, bool first) {
+  const POINT pt = CursorPosition();
   {
     std::lock_guard<std::mutex> lock(m_mutex);
     if (m_closed) {
@@ -104,7 +116,7 @@ bool ThreadQueue::Post(HWND hwnd, UINT message, WPARAM wParam, LPARAM lParam, bo
       SetLastError(ERROR_NOT_ENOUGH_QUOTA);
       return false;
     }
-    const QueuedMessage queued{hwnd, message, wParam, lParam, static_cast<DWORD>(_Now())};
+    const QueuedMessage queued{hwnd, message, wParam, lParam, static_cast<DWORD>(_Now()), pt};
     if (first) {
       m_posted.push_front(queued);
     } else {
@@ -113,24 +125,34 @@ bool ThreadQueue::Post(HWND hwnd, UINT message, WPARAM wParam, LPARAM lParam, bo
     _UpdatePresentLocked();
     m_arrived.fetch_or(QS_POSTMESSAGE | QS_ALLPOSTMESSAGE, std::memory_order_acq_rel);
   }
-  // The owning thread is not waiting while it posts to itself.
-  if (GetCurrentThreadId() != m_thread_id) m_wakeup.Notify();
+  _Wake();
   return true;
 }
 
-bool ThreadQueue::PutInput(HWND hwnd, UINT message, WPARAM wParam, LPARAM lParam, UINT kind) {
+bool ThreadQueue::PutInput(RawInput record) {
   {
     std::lock_guard<std::mutex> lock(m_mutex);
     if (m_closed) {
       SetLastError(ERROR_INVALID_WINDOW_HANDLE);
       return false;
     }
-    m_input.push_back({{hwnd, message, wParam, lParam, static_cast<DWORD>(_Now())}, kind});
-    ++m_input_counts[InputSlot(kind)];
+    const bool is_move = record.kind == RawKind::Mouse && record.message == WM_MOUSEMOVE;
+    if (is_move && !m_input.empty() && m_input.back().kind == RawKind::Mouse &&
+        m_input.back().message == WM_MOUSEMOVE) {
+      // The desktop keeps one move between other events: the last position counts.
+      RawInput& last = m_input.back();
+      last.screen = record.screen;
+      last.time = record.time;
+      last.keys = record.keys;
+    } else {
+      record.serial = m_next_serial++;
+      ++m_input_counts[InputSlot(record.qs_kind)];
+      m_input.push_back(record);
+    }
     _UpdatePresentLocked();
-    m_arrived.fetch_or(kind, std::memory_order_acq_rel);
+    m_arrived.fetch_or(record.qs_kind, std::memory_order_acq_rel);
   }
-  if (GetCurrentThreadId() != m_thread_id) m_wakeup.Notify();
+  _Wake();
   return true;
 }
 
@@ -146,6 +168,13 @@ void ThreadQueue::Close() {
   m_timers.clear();
 }
 
+void ThreadQueue::DropInput() {
+  std::lock_guard<std::mutex> lock(m_mutex);
+  m_input.clear();
+  std::fill(std::begin(m_input_counts), std::end(m_input_counts), 0u);
+  _UpdatePresentLocked();
+}
+
 void ThreadQueue::SetQuit(int exit_code) {
   m_quit = true;
   m_quit_code = exit_code;
@@ -153,6 +182,7 @@ void ThreadQueue::SetQuit(int exit_code) {
 
 void ThreadQueue::_MarkSeen() {
   if (m_arrived.load(std::memory_order_relaxed) != 0) m_arrived.store(0, std::memory_order_release);
+  m_paint_arrived = false;
   if (m_timers.empty()) return;
   const uint64_t now = _Now();
   for (Timer& timer : m_timers)
@@ -161,33 +191,82 @@ void ThreadQueue::_MarkSeen() {
 
 bool ThreadQueue::Take(MSG& out, const MessageFilter& filter, bool remove) {
   _MarkSeen();
-  {
-    std::lock_guard<std::mutex> lock(m_mutex);
-    for (auto it = m_posted.begin(); it != m_posted.end(); ++it) {
-      if (!filter.Matches(it->hwnd, it->message)) continue;
-      out = ToMsg(*it);
-      if (remove) {
-        m_posted.erase(it);
-        _UpdatePresentLocked();
-      }
-      return true;
-    }
-    for (auto it = m_input.begin(); it != m_input.end(); ++it) {
-      if (!filter.Matches(it->message.hwnd, it->message.message)) continue;
-      out = ToMsg(it->message);
-      if (remove) {
-        --m_input_counts[InputSlot(it->kind)];
-        m_input.erase(it);
-        _UpdatePresentLocked();
-      }
-      return true;
-    }
-  }
+  if (_TakePosted(out, filter, remove)) return true;
+  if (_TakeInput(out, filter, remove)) return true;
   if (m_quit) {
-    out = MSG{nullptr, WM_QUIT, static_cast<WPARAM>(m_quit_code), 0, static_cast<DWORD>(_Now()), POINT{}};
+    out = MSG{nullptr, WM_QUIT, static_cast<WPARAM>(m_quit_code), 0, static_cast<DWORD>(_Now()), CursorPosition()};
     if (remove) m_quit = false;
     return true;
   }
+  if (_TakePaint(out, filter)) return true;
+  return _TakeTimer(out, filter, remove);
+}
+
+bool ThreadQueue::_TakePosted(MSG& out, const MessageFilter& filter, bool remove) {
+  std::lock_guard<std::mutex> lock(m_mutex);
+  for (auto it = m_posted.begin(); it != m_posted.end(); ++it) {
+    if (!filter.Matches(it->hwnd, it->message)) continue;
+    out = ToMsg(*it);
+    if (remove) {
+      m_posted.erase(it);
+      _UpdatePresentLocked();
+    }
+    return true;
+  }
+  return false;
+}
+
+std::optional<RawInput> ThreadQueue::_InputAfter(uint64_t serial) {
+  std::lock_guard<std::mutex> lock(m_mutex);
+  for (const RawInput& record : m_input)
+    if (record.serial > serial) return record;
+  return std::nullopt;
+}
+
+void ThreadQueue::_RemoveInput(uint64_t serial) {
+  std::lock_guard<std::mutex> lock(m_mutex);
+  for (auto it = m_input.begin(); it != m_input.end(); ++it) {
+    if (it->serial != serial) continue;
+    --m_input_counts[InputSlot(it->qs_kind)];
+    m_input.erase(it);
+    _UpdatePresentLocked();
+    return;
+  }
+}
+
+bool ThreadQueue::_TakeInput(MSG& out, const MessageFilter& filter, bool remove) {
+  // Records are copied out one at a time and routed without the queue's lock: routing reads
+  // the window table and, on removal, sends messages whose procedures may post or pump.
+  uint64_t after = 0;
+  while (std::optional<RawInput> record = _InputAfter(after)) {
+    after = record->serial;
+    RoutedInput routed = ResolveInput(*record);
+    const bool matches = routed.has_message && filter.Matches(routed.msg.hwnd, routed.msg.message);
+    if (!remove) {
+      if (matches) {
+        out = routed.msg;
+        return true;
+      }
+      continue;
+    }
+    if (routed.has_message && !matches) continue;  // waits for a retrieval that wants it
+    _RemoveInput(record->serial);
+    if (!CarryOutInput(*record, routed) || !routed.has_message) continue;
+    out = routed.msg;
+    return true;
+  }
+  return false;
+}
+
+bool ThreadQueue::_TakePaint(MSG& out, const MessageFilter& filter) {
+  if (m_paint_windows <= 0) return false;
+  const HWND hwnd = NextWindowToPaint(m_thread_id, filter);
+  if (!hwnd) return false;
+  out = MSG{hwnd, WM_PAINT, 0, 0, static_cast<DWORD>(_Now()), CursorPosition()};
+  return true;
+}
+
+bool ThreadQueue::_TakeTimer(MSG& out, const MessageFilter& filter, bool remove) {
   if (m_timers.empty()) return false;
   const uint64_t now = _Now();
   Timer* next = nullptr;
@@ -197,12 +276,18 @@ bool ThreadQueue::Take(MSG& out, const MessageFilter& filter, bool remove) {
   }
   if (!next) return false;
   out = MSG{next->hwnd, WM_TIMER, next->id, reinterpret_cast<LPARAM>(next->proc), static_cast<DWORD>(now),
-            POINT{}};
+            CursorPosition()};
   if (remove) {
     next->due = now + next->elapse;
     next->reported = false;
   }
   return true;
+}
+
+void ThreadQueue::AddPaintWindows(int delta) {
+  if (delta > 0 && m_paint_windows == 0) m_paint_arrived = true;
+  m_paint_windows += delta;
+  if (m_paint_windows < 0) m_paint_windows = 0;
 }
 
 DWORD ThreadQueue::Status(UINT flags) {
@@ -221,6 +306,11 @@ DWORD ThreadQueue::Status(UINT flags) {
       }
     }
   }
+  if (m_paint_windows > 0) {
+    present |= QS_PAINT;
+    if (m_paint_arrived) arrived |= QS_PAINT;
+  }
+  m_paint_arrived = false;
   present &= flags;
   arrived &= present;
   return (present << 16) | arrived;
@@ -272,8 +362,8 @@ void ThreadQueue::ForgetWindow(HWND hwnd) {
     std::lock_guard<std::mutex> lock(m_mutex);
     std::erase_if(m_posted, [&](const QueuedMessage& m) { return m.hwnd == hwnd; });
     for (auto it = m_input.begin(); it != m_input.end();) {
-      if (it->message.hwnd == hwnd) {
-        --m_input_counts[InputSlot(it->kind)];
+      if (it->hwnd == hwnd) {
+        --m_input_counts[InputSlot(it->qs_kind)];
         it = m_input.erase(it);
       } else {
         ++it;
@@ -299,5 +389,11 @@ std::shared_ptr<ThreadQueue> FindQueue(DWORD thread_id) {
   auto it = registry.queues.find(thread_id);
   return it == registry.queues.end() ? nullptr : it->second.lock();
 }
+
+}  // namespace Ostrum::Desktop::Private
+
+namespace Ostrum::Desktop::Private {
+
+ThreadInput& CurrentInput() { return CurrentQueue().Input(); }
 
 }  // namespace Ostrum::Desktop::Private

@@ -10,6 +10,8 @@ using LPARAM = intptr_t;    ///< message parameter, pointer sized and signed
 using LRESULT = intptr_t;   ///< result of a window procedure
 using UINT = uint32_t;
 using BOOL = int;
+using SHORT = int16_t;
+using USHORT = uint16_t;
 
 struct __POSITION;
 using POSITION = __POSITION*;  ///< cursor of a walk over a framework list; null ends it
@@ -57,14 +59,44 @@ struct POINT {
   LONG x = 0;
   LONG y = 0;
 };
+using LPPOINT = POINT*;
 
-/// A rectangle in pixels: left and top inside it, right and bottom just outside.
+/// A rectangle in pixels; right and bottom lie just outside it, so the width is right - left.
 struct RECT {
   LONG left = 0;
   LONG top = 0;
   LONG right = 0;
   LONG bottom = 0;
 };
+using LPRECT = RECT*;
+using LPCRECT = const RECT*;
+
+/// An extent in pixels.
+struct SIZE {
+  LONG cx = 0;
+  LONG cy = 0;
+};
+
+// Packing of message parameters, as the desktop does it.
+constexpr WORD LOWORD(uintptr_t value) { return static_cast<WORD>(value & 0xFFFF); }
+constexpr WORD HIWORD(uintptr_t value) { return static_cast<WORD>((value >> 16) & 0xFFFF); }
+constexpr DWORD MAKELONG(WORD low, WORD high) { return static_cast<DWORD>(low) | (static_cast<DWORD>(high) << 16); }
+/// Two 16-bit values in an lParam; negative values keep their 16-bit two's complement.
+constexpr LPARAM MAKELPARAM(int low, int high) {
+  return static_cast<LPARAM>(MAKELONG(static_cast<WORD>(low), static_cast<WORD>(high)));
+}
+constexpr WPARAM MAKEWPARAM(int low, int high) {
+  return static_cast<WPARAM>(MAKELONG(static_cast<WORD>(low), static_cast<WORD>(high)));
+}
+/// The x coordinate of a mouse message's lParam, signed: points left of or above a window
+/// under capture are negative.
+constexpr int GET_X_LPARAM(LPARAM lParam) { return static_cast<SHORT>(LOWORD(static_cast<uintptr_t>(lParam))); }
+constexpr int GET_Y_LPARAM(LPARAM lParam) { return static_cast<SHORT>(HIWORD(static_cast<uintptr_t>(lParam))); }
+
+/// Whether a name argument is really a small number (an atom or a resource id).
+inline bool IS_INTRESOURCE(LPCWSTR name) { return (reinterpret_cast<uintptr_t>(name) >> 16) == 0; }
+/// A resource number in the place of a resource name.
+inline LPCWSTR MAKEINTRESOURCEW(WORD id) { return reinterpret_cast<LPCWSTR>(static_cast<uintptr_t>(id)); }
 
 /// The procedure of a window class: receives every message sent or dispatched to its windows.
 using WNDPROC = LRESULT (*)(HWND, UINT, WPARAM, LPARAM);

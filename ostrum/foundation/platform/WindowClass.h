@@ -15,8 +15,6 @@ constexpr UINT CS_GLOBALCLASS = 0x4000;
 
 /// A class atom in the place of a class name.
 inline LPCWSTR MAKEINTATOM(ATOM atom) { return reinterpret_cast<LPCWSTR>(static_cast<uintptr_t>(atom)); }
-/// Whether a name argument is really a small number (an atom or a resource id).
-inline bool IS_INTRESOURCE(LPCWSTR name) { return (reinterpret_cast<uintptr_t>(name) >> 16) == 0; }
 
 /// The description of a class for RegisterClassExW; `cbSize` must be sizeof(WNDCLASSEXW).
 struct WNDCLASSEXW {

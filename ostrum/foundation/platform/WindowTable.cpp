@@ -4,7 +4,6 @@
 #include <cwctype>
 #include <map>
 #include <mutex>
-#include <unordered_map>
 
 #include "ostrum/foundation/platform/LastError.h"
 #include "ostrum/foundation/platform/ProcessIdentity.h"
@@ -43,18 +42,12 @@ struct ClassRecord {
   std::size_t windows = 0;
 };
 
-struct WindowRecord : NewWindow {
-  uint64_t order;  // creation order, for walks over children
-  CWnd* object = nullptr;
-  bool destroying = false;
-};
-
 }  // namespace
 
 struct WindowTable::Impl {
   mutable std::mutex mutex;
   std::map<ATOM, ClassRecord> classes;
-  std::unordered_map<uintptr_t, WindowRecord> windows;
+  WindowStore store;
   ATOM next_atom = kFirstAtom;
   uintptr_t next_handle = kFirstHandle;
   uint64_t next_order = 0;
@@ -79,27 +72,33 @@ struct WindowTable::Impl {
     return global;
   }
 
-  WindowRecord* FindWindow(HWND hwnd) {
-    auto it = windows.find(reinterpret_cast<uintptr_t>(hwnd));
-    return it == windows.end() ? nullptr : &it->second;
-  }
-  const WindowRecord* FindWindow(HWND hwnd) const {
-    auto it = windows.find(reinterpret_cast<uintptr_t>(hwnd));
-    return it == windows.end() ? nullptr : &it->second;
-  }
+  WindowRecord* FindWindow(HWND hwnd) { return store.Find(hwnd); }
+  const WindowRecord* FindWindow(HWND hwnd) const { return store.Find(hwnd); }
 
+  // Takes a window out of the table and out of its z-order list; its children are gone already
+  // (or, at the end of a thread, go in the same sweep).
   CWnd* Erase(HWND hwnd) {
-    auto it = windows.find(reinterpret_cast<uintptr_t>(hwnd));
-    if (it == windows.end()) return nullptr;
-    CWnd* object = it->second.object;
-    auto cls = classes.find(it->second.atom);
+    auto it = store.windows.find(reinterpret_cast<uintptr_t>(hwnd));
+    if (it == store.windows.end()) return nullptr;
+    WindowRecord& record = it->second;
+    if (!record.message_only) std::erase(store.SiblingsOf(record), hwnd);
+    for (HWND child : record.children)
+      if (WindowRecord* orphan = store.Find(child)) orphan->parent = nullptr;
+    for (HWND top : store.top_levels)
+      if (WindowRecord* owned = store.Find(top); owned && owned->owner == hwnd) owned->owner = nullptr;
+    CWnd* object = record.object;
+    auto cls = classes.find(record.atom);
     if (cls != classes.end() && cls->second.windows > 0) --cls->second.windows;
-    windows.erase(it);
+    store.windows.erase(it);
     return object;
   }
 };
 
 WindowTable::WindowTable() : m_impl(std::make_unique<Impl>()) {}
+
+std::mutex& WindowTable::_Mutex() const { return m_impl->mutex; }
+
+WindowStore& WindowTable::_Store() const { return m_impl->store; }
 
 WindowTable& WindowTable::Get() {
   static WindowTable* table = new WindowTable;
@@ -185,15 +184,22 @@ std::optional<ClassForCreate> WindowTable::ReserveClass(LPCWSTR name, HINSTANCE 
   ClassRecord* record = m_impl->FindClass(name, instance, true);
   if (!record) return std::nullopt;
   ++record->windows;
-  return ClassForCreate{record->atom, record->proc};
+  return ClassForCreate{record->atom, record->proc, record->style, record->cursor, record->background};
 }
 
-HWND WindowTable::AddWindow(NewWindow window) {
+HWND WindowTable::AddWindow(WindowRecord window) {
   std::lock_guard<std::mutex> lock(m_impl->mutex);
   const uintptr_t value = m_impl->next_handle;
   m_impl->next_handle += 2;
-  m_impl->windows.emplace(value, WindowRecord{std::move(window), m_impl->next_order++});
-  return reinterpret_cast<HWND>(value);
+  const HWND hwnd = reinterpret_cast<HWND>(value);
+  window.order = m_impl->next_order++;
+  WindowRecord& record = m_impl->store.windows.emplace(value, std::move(window)).first->second;
+  // A new window comes to the top of its siblings.
+  if (!record.message_only) {
+    std::vector<HWND>& siblings = m_impl->store.SiblingsOf(record);
+    siblings.insert(siblings.begin(), hwnd);
+  }
+  return hwnd;
 }
 
 std::optional<WindowInfo> WindowTable::Find(HWND hwnd) const {
@@ -213,14 +219,18 @@ bool WindowTable::BeginDestroy(HWND hwnd) {
 
 std::vector<HWND> WindowTable::ChildrenOf(HWND hwnd) const {
   std::lock_guard<std::mutex> lock(m_impl->mutex);
-  std::vector<std::pair<uint64_t, HWND>> children;
-  for (const auto& [value, record] : m_impl->windows)
-    if (record.parent == hwnd) children.emplace_back(record.order, reinterpret_cast<HWND>(value));
-  std::sort(children.begin(), children.end());
-  std::vector<HWND> handles;
-  handles.reserve(children.size());
-  for (const auto& child : children) handles.push_back(child.second);
-  return handles;
+  const WindowRecord* record = m_impl->FindWindow(hwnd);
+  return record ? record->children : std::vector<HWND>{};
+}
+
+std::vector<HWND> WindowTable::OwnedBy(HWND hwnd) const {
+  std::lock_guard<std::mutex> lock(m_impl->mutex);
+  std::vector<HWND> owned;
+  for (HWND top : m_impl->store.top_levels) {
+    const WindowRecord* record = m_impl->FindWindow(top);
+    if (record && record->owner == hwnd) owned.push_back(top);
+  }
+  return owned;
 }
 
 CWnd* WindowTable::RemoveWindow(HWND hwnd) {
@@ -231,7 +241,7 @@ CWnd* WindowTable::RemoveWindow(HWND hwnd) {
 std::vector<CWnd*> WindowTable::ForgetThread(DWORD thread_id) {
   std::lock_guard<std::mutex> lock(m_impl->mutex);
   std::vector<HWND> gone;
-  for (const auto& [value, record] : m_impl->windows)
+  for (const auto& [value, record] : m_impl->store.windows)
     if (record.thread_id == thread_id) gone.push_back(reinterpret_cast<HWND>(value));
   std::vector<CWnd*> objects;
   for (HWND hwnd : gone)
@@ -272,17 +282,30 @@ CWnd* WindowTable::ObjectOf(HWND hwnd) const {
 
 bool WindowTable::SetParent(HWND hwnd, HWND parent) {
   std::lock_guard<std::mutex> lock(m_impl->mutex);
-  WindowRecord* record = m_impl->FindWindow(hwnd);
+  WindowStore& store = m_impl->store;
+  WindowRecord* record = store.Find(hwnd);
   if (!record || record->message_only) return false;
-  if (parent && !m_impl->FindWindow(parent)) return false;
+  if (parent && !store.Find(parent)) return false;
   // A window cannot become its own ancestor: destruction walks down the tree.
-  for (HWND above = parent; above;) {
-    if (above == hwnd) return false;
-    const WindowRecord* next = m_impl->FindWindow(above);
-    above = next ? next->parent : nullptr;
-  }
+  if (parent && store.IsSelfOrAncestor(hwnd, parent)) return false;
+  if (record->parent == parent) return true;
+  std::erase(store.SiblingsOf(*record), hwnd);
   record->parent = parent;
+  if (parent) {
+    record->owner = nullptr;
+  }
+  std::vector<HWND>& siblings = store.SiblingsOf(*record);
+  siblings.insert(siblings.begin(), hwnd);
   return true;
+}
+
+WNDPROC WindowTable::SetProc(HWND hwnd, WNDPROC proc) {
+  std::lock_guard<std::mutex> lock(m_impl->mutex);
+  WindowRecord* record = m_impl->FindWindow(hwnd);
+  if (!record) return nullptr;
+  WNDPROC old = record->proc;
+  record->proc = proc;
+  return old;
 }
 
 std::optional<WindowInfo> FindWindowOrFail(HWND hwnd) {

@@ -50,7 +50,7 @@ TEST(Window, MessageOnlyWindowLifeAndMessages) {
   EXPECT_EQ(GetClassNameW(hwnd, name, 64), 10);
   EXPECT_STREQ(name, L"Model.Life");
 
-  ASSERT_EQ(ReceivedMessages(), (Messages{WM_NCCREATE, WM_CREATE}));
+  ASSERT_EQ(ReceivedMessages(), (Messages{WM_NCCREATE, WM_NCCALCSIZE, WM_CREATE, WM_SIZE, WM_MOVE}));
 
   EXPECT_FALSE(UnregisterClassW(cls.Name(), nullptr)) << "a class with windows stays";
   EXPECT_EQ(GetLastError(), ERROR_CLASS_HAS_WINDOWS);
@@ -82,7 +82,7 @@ TEST(Window, ProcedureCanRefuseCreation) {
     return std::nullopt;
   };
   EXPECT_EQ(cls.MessageOnly(), nullptr);
-  EXPECT_EQ(ReceivedMessages(), (Messages{WM_NCCREATE, WM_CREATE, WM_DESTROY, WM_NCDESTROY}));
+  EXPECT_EQ(ReceivedMessages(), (Messages{WM_NCCREATE, WM_NCCALCSIZE, WM_CREATE, WM_DESTROY, WM_NCDESTROY}));
   t_reaction = nullptr;
   EXPECT_TRUE(UnregisterClassW(cls.Name(), nullptr)) << "refused windows do not hold their class";
 }

@@ -1,19 +1,24 @@
 #pragma once
-// The message queue of one thread, behind the calls of MessageQueue.h and Timer.h.
+// The message queue of one thread, behind the calls of MessageQueue.h and Timer.h, with the
+// thread's input state (ThreadInput).
 //
-// Posted messages, input and their status bits are shared with other threads and guarded by the
-// queue's lock; timers and the quit request belong to the owning thread and are unlocked.
+// Posted messages, raw input and their status bits are shared with other threads and guarded
+// by the queue's lock; timers, paint requests, the quit request and the input state belong to
+// the owning thread and are unlocked.
 
 #include <atomic>
 #include <cstdint>
 #include <deque>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <vector>
 
 #include "ostrum/foundation/platform/QueueWakeup.h"
 #include "ostrum/foundation/platform/WinMessages.h"
 #include "ostrum/foundation/platform/WinTypes.h"
+#include "ostrum/foundation/platform/private/RawInput.h"
+#include "ostrum/foundation/platform/private/ThreadInput.h"
 
 namespace Ostrum::Desktop::Private {
 
@@ -23,6 +28,7 @@ struct QueuedMessage {
   WPARAM wParam;
   LPARAM lParam;
   DWORD time;
+  POINT pt;
 };
 
 /// Which messages a retrieval takes: GetMessageW's window and number filters.
@@ -46,15 +52,21 @@ class ThreadQueue {
   /// Appends a posted message (or puts it first, for the characters of a translated key); false
   /// with the last error set if the queue is full or the thread has ended.
   bool Post(HWND hwnd, UINT message, WPARAM wParam, LPARAM lParam, bool first = false);
-  /// Appends input of the QS_ kind `kind`; false if the thread has ended.
-  bool PutInput(HWND hwnd, UINT message, WPARAM wParam, LPARAM lParam, UINT kind);
+  /// Appends a raw input record; a mouse move right behind another one that waits replaces it.
+  /// False if the thread has ended.
+  bool PutInput(RawInput record);
   /// The owning thread has ended: later posts fail and what waits is dropped.
   void Close();
 
   // --- owning thread only ---
+  ThreadInput& Input() { return m_input_state; }
   void SetQuit(int exit_code);
-  /// The next message that matches, by the queue's order; false if none waits. With `remove`
-  /// the message leaves the queue (a timer restarts its period).
+  /// Forgets a quit request that was not retrieved.
+  void CancelQuit() { m_quit = false; }
+  /// The next message that matches, by the queue's order: posted, input, quit, paint, timer;
+  /// false if none waits. Input is routed here, with the sends routing makes; with `remove`
+  /// the message leaves the queue (a timer restarts its period; WM_PAINT stays until the window
+  /// is validated).
   bool Take(MSG& out, const MessageFilter& filter, bool remove);
   /// GetQueueStatus.
   DWORD Status(UINT flags);
@@ -67,6 +79,10 @@ class ThreadQueue {
   bool HasTimerProc(HWND hwnd, UINT_PTR id, TIMERPROC proc) const;
   /// Drops the timers of a window that is being destroyed and what was posted or input to it.
   void ForgetWindow(HWND hwnd);
+  /// Counts windows of the thread whose update rectangle became non-empty (+1) or empty (-1).
+  void AddPaintWindows(int delta);
+  /// Drops the raw input that waits.
+  void DropInput();
 
  private:
   struct Timer {
@@ -77,13 +93,16 @@ class ThreadQueue {
     uint64_t due;
     bool reported;  // counted in GetQueueStatus's low word since it came due
   };
-  struct Input {
-    QueuedMessage message;
-    UINT kind;
-  };
 
+  bool _TakePosted(MSG& out, const MessageFilter& filter, bool remove);
+  bool _TakeInput(MSG& out, const MessageFilter& filter, bool remove);
+  bool _TakePaint(MSG& out, const MessageFilter& filter);
+  bool _TakeTimer(MSG& out, const MessageFilter& filter, bool remove);
+  std::optional<RawInput> _InputAfter(uint64_t serial);
+  void _RemoveInput(uint64_t serial);
   void _UpdatePresentLocked();
   void _MarkSeen();
+  void _Wake();
   static uint64_t _Now();
 
   const DWORD m_thread_id;
@@ -91,8 +110,9 @@ class ThreadQueue {
 
   std::mutex m_mutex;
   std::deque<QueuedMessage> m_posted;  // guarded by m_mutex
-  std::deque<Input> m_input;           // guarded by m_mutex
+  std::deque<RawInput> m_input;        // guarded, in order of serial
   UINT m_input_counts[4] = {};         // per input kind (key, move, button, raw); guarded
+  uint64_t m_next_serial = 1;          // guarded
   bool m_closed = false;               // guarded
   // Kinds waiting now and kinds arrived since the last look, readable without the lock so that
   // the status query of an idle loop costs two atomic loads.
@@ -103,6 +123,9 @@ class ThreadQueue {
   UINT_PTR m_next_thread_timer_id = 0x7FF0;
   bool m_quit = false;
   int m_quit_code = 0;
+  int m_paint_windows = 0;       // windows with a non-empty update rectangle
+  bool m_paint_arrived = false;  // since the last look
+  ThreadInput m_input_state;
 };
 
 /// The calling thread's queue, made on first use. It lives until the thread ends; then the

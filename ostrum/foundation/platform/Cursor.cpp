@@ -1,0 +1,64 @@
+#include "ostrum/foundation/platform/Cursor.h"
+
+#include <utility>
+
+#include "ostrum/foundation/platform/IDesktopBackend.h"
+#include "ostrum/foundation/platform/LastError.h"
+#include "ostrum/foundation/platform/private/DesktopInput.h"
+
+using Ostrum::Desktop::Private::DesktopInput;
+using Ostrum::Desktop::Private::DesktopState;
+
+namespace {
+
+// System cursors are fixed handles in a range of their own: the id over a base.
+constexpr uintptr_t kSystemCursorBase = 0x00C00000;
+constexpr WORD kSystemCursors[] = {32512, 32513, 32514, 32515, 32516, 32642, 32643,
+                                   32644, 32645, 32646, 32648, 32649, 32650, 32651};
+
+bool IsSystemCursorId(uintptr_t id) {
+  for (WORD known : kSystemCursors)
+    if (known == id) return true;
+  return false;
+}
+
+}  // namespace
+
+HCURSOR LoadCursorW(HINSTANCE instance, LPCWSTR name) {
+  const auto id = reinterpret_cast<uintptr_t>(name);
+  if (instance || !IS_INTRESOURCE(name) || !IsSystemCursorId(id)) {
+    SetLastError(ERROR_RESOURCE_NAME_NOT_FOUND);
+    return nullptr;
+  }
+  return reinterpret_cast<HCURSOR>(kSystemCursorBase + id);
+}
+
+HCURSOR SetCursor(HCURSOR cursor) {
+  const HCURSOR old = DesktopInput::Get().Locked([&](DesktopState& state) { return std::exchange(state.shape, cursor); });
+  if (old != cursor) Ostrum::Desktop::GetDesktopBackend().OnCursorChanged(cursor);
+  return old;
+}
+
+HCURSOR GetCursor() {
+  return DesktopInput::Get().Locked([](const DesktopState& state) { return state.shape; });
+}
+
+BOOL GetCursorPos(LPPOINT point) {
+  if (!point) {
+    SetLastError(ERROR_INVALID_PARAMETER);
+    return FALSE;
+  }
+  *point = Ostrum::Desktop::Private::CursorPosition();
+  return TRUE;
+}
+
+namespace Ostrum::Desktop {
+
+WORD SystemCursorId(HCURSOR cursor) {
+  const auto value = reinterpret_cast<uintptr_t>(cursor);
+  if (value < kSystemCursorBase) return 0;
+  const uintptr_t id = value - kSystemCursorBase;
+  return IsSystemCursorId(id) ? static_cast<WORD>(id) : 0;
+}
+
+}  // namespace Ostrum::Desktop

@@ -1,0 +1,41 @@
+#pragma once
+// The mouse cursor: its position on the screen and its shape. The model holds one cursor for
+// the process; the backend shows it.
+
+#include "ostrum/Export.h"
+#include "ostrum/foundation/platform/WinTypes.h"
+
+// The system's cursors, for LoadCursorW with a null module.
+#define IDC_ARROW MAKEINTRESOURCEW(32512)
+#define IDC_IBEAM MAKEINTRESOURCEW(32513)
+#define IDC_WAIT MAKEINTRESOURCEW(32514)
+#define IDC_CROSS MAKEINTRESOURCEW(32515)
+#define IDC_UPARROW MAKEINTRESOURCEW(32516)
+#define IDC_SIZENWSE MAKEINTRESOURCEW(32642)
+#define IDC_SIZENESW MAKEINTRESOURCEW(32643)
+#define IDC_SIZEWE MAKEINTRESOURCEW(32644)
+#define IDC_SIZENS MAKEINTRESOURCEW(32645)
+#define IDC_SIZEALL MAKEINTRESOURCEW(32646)
+#define IDC_NO MAKEINTRESOURCEW(32648)
+#define IDC_HAND MAKEINTRESOURCEW(32649)
+#define IDC_APPSTARTING MAKEINTRESOURCEW(32650)
+#define IDC_HELP MAKEINTRESOURCEW(32651)
+
+/// With a null module, the shared handle of a system cursor (IDC_*): the same handle at every
+/// call, never to be destroyed. Cursors of a module's resources are not modelled: null with
+/// ERROR_RESOURCE_NAME_NOT_FOUND, as for an unknown id.
+OSTRUM_API HCURSOR LoadCursorW(HINSTANCE instance, LPCWSTR name);
+/// Makes `cursor` the shape shown (null hides it) and answers the shape before.
+OSTRUM_API HCURSOR SetCursor(HCURSOR cursor);
+/// The shape shown now.
+OSTRUM_API HCURSOR GetCursor();
+/// The cursor position in screen coordinates, as the last input left it.
+OSTRUM_API BOOL GetCursorPos(LPPOINT point);
+
+namespace Ostrum::Desktop {
+
+/// The IDC_ number of a system cursor handle, 0 for any other handle; for test drivers and
+/// backends that show the shape.
+OSTRUM_API WORD SystemCursorId(HCURSOR cursor);
+
+}  // namespace Ostrum::Desktop

@@ -5,6 +5,7 @@
 #include "ostrum/objects/UIObject.h"
 #include "ostrum/operations/MOperation.h"
 #include "ostrum/operations/MOperationContext.h"
+#include "ostrum/scene/MOperationView.h"
 
 bool MOperation::DoOperation(void* param) {
   if (!mgp_document) {
@@ -24,6 +25,12 @@ bool MOperation::Execute(const MOperationContext& context, uint32_t action) {
   for (UIObject* object : context.GetObjects()) operation->AddObject(object);
   operation->DoOperation(nullptr);
   return false;
+}
+
+bool MOperationView::Execute(const MOperationContext&, uint32_t action) {
+  auto* operation = new MOperationView;
+  operation->SetAction(action);
+  return operation->DoOperation(nullptr);
 }
 
 long long MOperation::BeginOperationGroup(const wchar_t* name, bool no_group) {

@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <string>
 
+#include "CameraScenario.h"
 #include "CleanupScenario.h"
 #include "CoordinateScenario.h"
 #include "DatabaseScenario.h"
@@ -140,6 +141,7 @@ int main(int argc, char** argv) {
 
   planner::RunCoordinateScenario();
   planner::RunTreeScenario();
+  planner::RunCameraScenario();
   planner::RunDocumentUndoScenario();
   planner::RunDatabaseScenario();
 

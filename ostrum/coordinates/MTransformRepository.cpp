@@ -156,6 +156,12 @@ void MTransformRepository::UnsubscribeNotifyDelete(ITransformRepositoryNotifyDel
   if (it != subscribers.end()) subscribers.erase(it);
 }
 
+void MTransformRepository::_SwapProcessState(MTransformRepository*& instance,
+                                             std::vector<ITransformRepositoryNotifyDelete*>& listeners) {
+  std::swap(mgp_instance, instance);
+  Subscribers().swap(listeners);
+}
+
 void MTransformRepository::DeleteUnreferencedSystems() {
   std::vector<Node*> keep, gone;
   for (Node* node : m_systems) (node->GetWeight() ? keep : gone).push_back(node);

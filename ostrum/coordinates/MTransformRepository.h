@@ -27,6 +27,9 @@
 #include "ostrum/foundation/markup/ISAXPersist.h"
 
 class ITransformRepositoryNotifyDelete;
+namespace Ostrum::Private {
+class ScratchRepositoryScope;
+}  // namespace Ostrum::Private
 class MMTransform;
 class MMTransformMatrix;
 
@@ -225,4 +228,10 @@ class OSTRUM_API MTransformRepository : public ISAXPersist, public ICoordinateSy
   mutable std::vector<MMTransform*> m_concat_list;
 
   static MTransformRepository* mgp_instance;
+
+  // The built-in checks run on a scratch repository of their own: they set the process's
+  // instance and listeners aside and bring them back (private/ScratchRepository.h).
+  friend class Ostrum::Private::ScratchRepositoryScope;
+  OSTRUM_LOCAL static void _SwapProcessState(MTransformRepository*& instance,
+                                             std::vector<ITransformRepositoryNotifyDelete*>& listeners);
 };

@@ -16,6 +16,10 @@
 #include "ostrum/Export.h"
 #include "ostrum/coordinates/MTransformRepository.h"
 
+namespace Ostrum::Private {
+class ScratchRepositoryScope;
+}  // namespace Ostrum::Private
+
 class OSTRUM_API MTransformRepositoryEx : public MTransformRepository {
  public:
   /// Makes a new process-wide instance and tells the subscribers TransformRepositoryWokeUpAgain.
@@ -77,6 +81,7 @@ class OSTRUM_API MTransformRepositoryEx : public MTransformRepository {
  protected:
   /// Builds the default systems; becomes the process-wide repository. Hosts use CreateInstance.
   MTransformRepositoryEx();
+  friend class Ostrum::Private::ScratchRepositoryScope;
 
  private:
   void _SetVersionLatest() { _SetVersion(1, 0); }

@@ -10,6 +10,11 @@
 #include "ostrum/objects/UIObject.h"
 #include "ostrum/operations/UIOperation.h"
 #include "ostrum/scene/MSceneEx.h"
+#include "ostrum/scene/MCamera.h"
+#include "ostrum/scene/MOperationView.h"
+#include "ostrum/coordinates/MTransformRepositoryEx.h"
+#include "ostrum/undo/Manager.h"
+#include <list>
 
 namespace planner {
 
@@ -26,9 +31,82 @@ class Part : public UIObject {
     SetPriority(priority);
   }
   const wchar_t* GetUserInterfaceTypeName() const override { return m_type.c_str(); }
+  // A box of 10 mm a side at the part's origin.
+  void GetBoundingBox(M3DBoundingBox<float>& box, unsigned long long, const MCoordinateSystem* system) const override {
+    box = M3DBoundingBox<float>(MMPoint3d<float>(), MMPoint3d<float>(10, 10, 10));
+    MTransformRepositoryEx* repository = MTransformRepositoryEx::GetInstance();
+    if (system && repository) repository->GetTransform(GetCoordinateSystem(), *system).TransformBoundingBox(box);
+  }
 
  private:
   std::wstring m_type;
+};
+
+// The planner's view of the plan: a camera on a 640 by 480 window that carries out the view
+// operations it is named in, as a 3D window does with those it receives.
+class PlanView : public UIObject {
+ public:
+  explicit PlanView(MDataBase& database) : m_database(database) {
+    SetLabel(L"plan view");
+    m_camera.Reset();
+    m_camera.SetWindowRect(CRect(0, 0, 640, 480));
+  }
+  bool DoOperation(MOperation& operation) override {
+    auto* view = dynamic_cast<MOperationView*>(&operation);
+    if (!view) return UIObject::DoOperation(operation);
+    std::list<IRender*> plan;
+    for (UIObjectIterator it = m_database.GetBeginUIObject(); it != m_database.GetEndUIObject(); ++it)
+      if (it->IsVisible(UIObject::DEFAULT_SCENE_ID)) plan.push_back(it);
+    switch (view->GetAction()) {
+      case MOperationView::ViewActionUnzoom:
+        m_camera.Unzoom(plan, UIObject::DEFAULT_SCENE_ID);
+        break;
+      case MOperationView::ViewActionZoom:
+        if (view->GetZoomFactor() == 0.0f)
+          m_camera.SetZoomCenter(view->GetPoint());
+        else
+          m_camera.Zoom(view->GetZoomFactor());
+        break;
+      case MOperationView::ViewActionRotate: {
+        bool around_z;
+        CWnd* window;
+        float x, y, z;
+        view->GetActionRotate(around_z, window, x, y, z);
+        m_camera.StartRotation(plan, UIObject::DEFAULT_SCENE_ID);
+        if (around_z)
+          m_camera.RotateWorldZ(plan, -x, -y, z);
+        else
+          m_camera.Rotate(plan, x, y, z);
+        break;
+      }
+      case MOperationView::ViewActionPan:
+        m_camera.TranslateView(view->GetDeltaX(), view->GetDeltaY());
+        break;
+      case MOperationView::ViewActionDefaultView: {
+        const float* angles = MOperationView::DefaultViewRotationTable[view->GetDefaultView()];
+        m_camera.StartRotation(plan, UIObject::DEFAULT_SCENE_ID);
+        m_camera.SetRotation(angles[0], angles[1], angles[2]);
+        m_camera.Unzoom(plan, UIObject::DEFAULT_SCENE_ID);
+        break;
+      }
+      default:
+        break;
+    }
+    return true;
+  }
+  // Where `part`'s far corner (10, 10, 10) is in the window.
+  std::wstring Where(const UIObject& part) const {
+    MTransformRepositoryEx* repository = MTransformRepositoryEx::GetInstance();
+    const MMPoint3d<double> p = repository->GetTransform(part.GetCoordinateSystem(),
+                                                         m_camera.GetCoordinateSystemWindow())(MMPoint3d<double>(10, 10, 10));
+    wchar_t text[96];
+    std::swprintf(text, 96, L"(%.1f, %.1f), zoom factor %.2f", p.x, p.y, m_camera.GetZoomFactor());
+    return text;
+  }
+
+ private:
+  MDataBase& m_database;
+  MCamera m_camera;
 };
 
 std::wstring YesNo(bool value) { return value ? L"yes" : L"no"; }
@@ -61,6 +139,11 @@ void TraceRemoved(const std::initializer_list<UIObject*>& objects) {
     text += std::wstring(text.empty() ? L"" : L", ") + object->GetLabel() + L" " +
             (object->IsRemoved() ? L"removed" : L"live");
   Trace(text);
+}
+
+std::wstring Top(PlannerDocument& doc) {
+  const wchar_t* top = doc.GetUndoManager()->GetUndoActionString();
+  return top ? L"the top step is \"" + std::wstring(top) + L"\"" : std::wstring(L"no step");
 }
 
 bool Send(MOperation* operation, std::initializer_list<UIObject*> objects) {
@@ -144,6 +227,39 @@ void RunDatabaseScenario() {
         L" objects; the landmark is gone");
   Send(new UIOperation(UIOperation::ACTION_DESELECT_ALL), {});
   TraceDatabase(database, L"after deselecting all");
+
+  Heading(L"the view changed by view operations");
+  PlanView plan_view(database);
+  const std::wstring top_before = Top(doc);
+  auto send_view = [&](MOperationView* operation, const wchar_t* what) {
+    operation->AddObject(&plan_view);
+    const bool done = operation->DoOperation(nullptr);
+    Trace(std::wstring(what) + L": " + (done ? L"done" : L"refused") + L"; the implant's far corner at " +
+          plan_view.Where(*implant));
+  };
+  auto* unzoom = new MOperationView;
+  unzoom->SetAction(MOperationView::ViewActionUnzoom);
+  send_view(unzoom, L"unzoom");
+  auto* centre = new MOperationView;
+  centre->SetAction(MOperationView::ViewActionZoom);
+  centre->SetZoomFactor(0.0f);
+  centre->SetPoint(CPoint(458, 101));
+  send_view(centre, L"zoom centre at the pixel (458, 101)");
+  auto* zoom = new MOperationView;
+  zoom->SetAction(MOperationView::ViewActionZoom);
+  zoom->SetZoomFactor(2.5f);
+  send_view(zoom, L"zoom by 2.5");
+  auto* pan = new MOperationView;
+  pan->SetAction(MOperationView::ViewActionPan);
+  pan->SetDeltas(40, -25, 0);
+  send_view(pan, L"pan by (40, -25) pixels");
+  auto* rotate = new MOperationView;
+  rotate->SetActionRotateStandard(nullptr, 0, 0, 90);
+  send_view(rotate, L"rotate by 90 degrees about the eye's z axis");
+  auto* front = new MOperationView;
+  front->SetAction(MOperationView::ViewActionDefaultViewFirst + 4);
+  send_view(front, L"default view 4, unzoomed");
+  Trace(L"view operations leave no undo step: before them " + top_before + L", after them " + Top(doc));
 
   Heading(L"the section scene's background, changed and undone");
   auto* background = new UIOperationScene(UIOperationScene::ACTION_SCENE_BACKGROUND);

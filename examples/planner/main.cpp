@@ -10,6 +10,7 @@
 
 #include "CameraScenario.h"
 #include "CleanupScenario.h"
+#include "ControllerScenario.h"
 #include "CoordinateScenario.h"
 #include "DatabaseScenario.h"
 #include "DocumentUndoScenario.h"
@@ -17,7 +18,7 @@
 #include "PlannerTrace.h"
 #include "TreeScenario.h"
 #include "UndoScenario.h"
-#include "ostrum/deferred/DeferredTaskManager.h"
+#include "ostrum/document/MApplicationController.h"
 #include "ostrum/document/MLocker.h"
 #include "ostrum/undo/Manager.h"
 
@@ -45,9 +46,9 @@ int main(int argc, char** argv) {
   // next run of the planner finds that process dead and removes what it left.
   const bool stop_midway = argc > 1 && std::string(argv[1]) == "--stop-midway";
   FillStringTable();
-  // The deferred-task session of the user-interface thread, for the whole program: undo steps
-  // that leave a history are destroyed in it at idle time. It ends after the document.
-  Ostrum::DeferredTaskManager::ScopedSession session;
+  // The application controller starts the user-interface thread's deferred-task session (undo
+  // steps that leave a history are destroyed in it at idle time) and ends it at exit.
+  Ostrum::MApplicationController::GetInstance();
   PlannerDocument doc;
   doc.MarkLoaded();
 
@@ -135,6 +136,8 @@ int main(int argc, char** argv) {
 
   implant->DetachAll();
   screw->DetachAll();
+
+  planner::RunControllerScenario(doc);
 
   Heading(L"clean-up work at idle time");
   planner::RunCleanupScenario();

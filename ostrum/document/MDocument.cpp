@@ -8,6 +8,7 @@
 
 #include "ostrum/coordinates/MTransformRepositoryEx.h"
 #include "ostrum/database/MDataBase.h"
+#include "ostrum/document/MApplicationController.h"
 #include "ostrum/document/MMainFrame.h"
 #include "ostrum/document/MView.h"
 #include "ostrum/document/private/OperationDoer.h"
@@ -373,4 +374,8 @@ void MDocument::_UpdateObservers(const MOperation& operation) {
   Ostrum::ObserverWalk walk;
   for (IObserver* observer : observers)
     if (walk.IsAlive(observer)) observer->Update(operation);
+}
+
+BOOL MDocument::OnCmdMsg(UINT id, int code, void* extra, AFX_CMDHANDLERINFO* info) {
+  return Ostrum::MApplicationController::GetInstance()->ProcessCmdMessage(*this, id, code, extra, info);
 }

@@ -8,6 +8,7 @@
 
 #include "ostrum/Export.h"
 #include "ostrum/document/MLocker.h"
+#include "ostrum/foundation/frameadapter/CmdMessageTarget.h"
 #include "ostrum/foundation/platform/CDocument.h"
 
 class CView;
@@ -24,8 +25,15 @@ namespace Ostrum::Undo {
 class Manager;
 class Transaction;
 }  // namespace Ostrum::Undo
+namespace Ostrum {
+class MApplicationController;
+}  // namespace Ostrum
 
-class OSTRUM_API MDocument : public CDocument {
+/// The document's base: a document with a command chain of its own (commands reach it through
+/// the application's chain first).
+using MDocumentBase = MFCA::CmdMessageTarget<CDocument, MFCA::CmdMessageHandlerChain>;
+
+class OSTRUM_API MDocument : public MDocumentBase {
  public:
   /// Result of _SaveDocument.
   enum EResultIO : int32_t {
@@ -44,6 +52,10 @@ class OSTRUM_API MDocument : public CDocument {
 
   /// Clears the active document if it is this one.
   ~MDocument() override;
+
+  /// A command for the document: the application's command chain sees it first, then the
+  /// document's own chain, then its message map.
+  BOOL OnCmdMsg(UINT id, int code, void* extra, AFX_CMDHANDLERINFO* info) override;
 
   // --- virtual operations, in their slot order ---
 
@@ -183,6 +195,12 @@ class OSTRUM_API MDocument : public CDocument {
   bool m_doc_loaded = false;
 
  private:
+  friend class Ostrum::MApplicationController;
+  /// The way on from the application's chain: the document's own chain and routing.
+  BOOL _OnCmdMsgBase(UINT id, int code, void* extra, AFX_CMDHANDLERINFO* info) {
+    return MDocumentBase::OnCmdMsg(id, code, extra, info);
+  }
+
   /// Takes back a run of the undo manager in which a step could not go ahead: the group is
   /// performed the other way, so that document and history are as before. False if there was
   /// nothing to take back; an undo run when `undo`.

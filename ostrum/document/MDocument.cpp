@@ -4,6 +4,7 @@
 #include <cstring>
 #include <cwchar>
 #include <typeinfo>
+#include <utility>
 #include <vector>
 
 #include "ostrum/coordinates/MTransformRepositoryEx.h"
@@ -11,6 +12,7 @@
 #include "ostrum/document/MApplicationController.h"
 #include "ostrum/document/MMainFrame.h"
 #include "ostrum/document/MView.h"
+#include "ostrum/document/private/MouseHandlerLink.h"
 #include "ostrum/document/private/OperationDoer.h"
 #include "ostrum/foundation/platform/CWinThread.h"
 #include "ostrum/objects/IObject.h"
@@ -52,6 +54,7 @@ MDocument::MDocument() {
   m_doc_loaded = false;
   m_mouse_handler = nullptr;
   mgp_database = nullptr;
+  m_render_type = IVRenderFactory::GetCurrentRendererType();
   MOperation::mgp_document = this;
   m_undo_files = std::make_shared<_UndoRedo::UndoFiles>();
   m_undo_manager = new Ostrum::Undo::Manager;
@@ -63,6 +66,9 @@ MDocument::MDocument() {
 MDocument::~MDocument() {
   delete m_undo_manager;
   m_undo_manager = nullptr;
+  // A handler that DeleteContents did not take goes with the document.
+  if (UIMouseHandler* handler = std::exchange(m_mouse_handler, nullptr))
+    if (Ostrum::Private::g_mouse_handler_link.destroy) Ostrum::Private::g_mouse_handler_link.destroy(handler);
   if (mgp_doc_instance == this) mgp_doc_instance = nullptr;
   // Operations sent after the document died must not reach it.
   if (MOperation::mgp_document == this) MOperation::mgp_document = nullptr;

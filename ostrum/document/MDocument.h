@@ -10,6 +10,7 @@
 #include "ostrum/document/MLocker.h"
 #include "ostrum/foundation/frameadapter/CmdMessageTarget.h"
 #include "ostrum/foundation/platform/CDocument.h"
+#include "ostrum/foundation/render/IVRenderFactory.h"
 
 class CView;
 class IObject;
@@ -26,8 +27,10 @@ class Manager;
 class Transaction;
 }  // namespace Ostrum::Undo
 namespace Ostrum {
+class IOldApplicationController;
 class MApplicationController;
 }  // namespace Ostrum
+class MOperationState;
 
 /// The document's base: a document with a command chain of its own (commands reach it through
 /// the application's chain first).
@@ -40,6 +43,41 @@ class OSTRUM_API MDocument : public MDocumentBase {
     RESULT_IO_FAILED = 0,         ///< failed; the user is told
     RESULT_IO_OK = 1,             ///< saved
     RESULT_IO_QUIET_FAILURE = 2,  ///< failed, and the host has dealt with it
+  };
+
+  /// The host's old mouse-state interface, kept alive through the document: each call goes to
+  /// the controller the host set (nothing without one).
+  class OSTRUM_API MouseCompatibilityProvider {
+   public:
+    MouseCompatibilityProvider() = default;
+    MouseCompatibilityProvider(const MouseCompatibilityProvider&) = delete;
+    MouseCompatibilityProvider& operator=(const MouseCompatibilityProvider&) = delete;
+    ~MouseCompatibilityProvider();
+    /// Deletes the one held and keeps `controller` (owned).
+    void SetOldApplicationController(Ostrum::IOldApplicationController* controller);
+    Ostrum::IOldApplicationController* GetOldApplicationController() const { return m_controller; }
+    UIMouseHandler* GetMouseHandler();
+    /// Forwards; then posts a MouseSelectNotification with the current state on the default
+    /// notification center (null sender), whatever the answer.
+    bool SelectMouseState(MOperationState* state);
+    bool RevertMouseState();
+    uint32_t GetCurrentMouseState() const;
+    void MatchMouseStateToDatabase();
+    void DetachObjectFromMouse(MOperation* operation);
+
+   private:
+    void _Notify() const;
+    Ostrum::IOldApplicationController* m_controller = nullptr;
+  };
+
+  /// Posted after the old interface selected or reverted a mouse state.
+  class OSTRUM_API MouseSelectNotification {
+   public:
+    explicit MouseSelectNotification(unsigned int mouse_id) : m_mouse_id(mouse_id) {}
+    unsigned int GetMouseID() const { return m_mouse_id; }
+
+   private:
+    unsigned int m_mouse_id;
   };
 
   /// The document's share of the operation machinery: the doer that runs one DoOperation and
@@ -85,6 +123,25 @@ class OSTRUM_API MDocument : public MDocumentBase {
   /// The mouse handler of the document, null while it has none.
   virtual UIMouseHandler* GetMouseHandler() { return m_mouse_handler; }
 
+  // --- life ---
+
+  /// Makes the contents: the history emptied, a mouse handler, the host's contents (and its
+  /// database, initialised), a first view operation that resets the cameras, then the
+  /// notification "created" (action 50). 0 if the host's contents could not be made.
+  virtual int CreateContents();
+  /// Empties the document: "closing" (51) first, the host's contents, the history, the mouse
+  /// handler, the database's objects, the title "Untitled", then "closed" (52).
+  void DeleteContents() override;
+  /// A new document: the platform's, then CreateContents. 0 on failure.
+  int OnNewDocument() override;
+  /// Opens `path`: refused (with the message of text 381) when it does not exist; otherwise
+  /// new contents, the host's load under the loading flag with the undo history locked, and
+  /// "opened" (53) with every live object. 0 on failure.
+  int OnOpenDocument(const wchar_t* path) override;
+  /// Saves to `path` through the host's _SaveDocument: "saving" (56), then on success "saved"
+  /// (54) and the modified mark cleared; a failure shows text 382 unless the host did.
+  int OnSaveDocument(const wchar_t* path) override;
+
  protected:
   /// Makes the host's contents (the database); true by default.
   virtual bool _CreateContents() { return true; }
@@ -107,6 +164,12 @@ class OSTRUM_API MDocument : public MDocumentBase {
   virtual void _SaveState(MOperation* operation, MStreamUndoOut& out);
   /// Reads the undo state back: the operation's own _LoadState.
   virtual void _LoadState(MOperation* operation, MStreamUndoIn& in);
+  /// Selects the renderer `type` (unless it is the current one and not `force`), keeping the
+  /// objects' render buffers only between the hardware and software renderers, and tells the
+  /// windows to make their surfaces anew (view action 212). A type that cannot be selected
+  /// falls back to the current one, then to the hardware one. True if `type` was selected at
+  /// the first attempt; false with nothing changed if no renderer could be.
+  virtual bool _SwitchRenderer(ERenderType type, bool force);
 
  public:
   /// Sets the title, with one "*" appended while the document is modified. It does not look
@@ -192,6 +255,10 @@ class OSTRUM_API MDocument : public MDocumentBase {
   /// document, when the document tracks changes (it was loaded or saved).
   void _MarkModified(const MOperation& operation);
 
+  MouseCompatibilityProvider& _GetMouseCompatibilityProvider() { return m_mouse_compatibility; }
+  const MouseCompatibilityProvider& _GetMouseCompatibilityProvider() const { return m_mouse_compatibility; }
+
+  MouseCompatibilityProvider m_mouse_compatibility;
   bool m_doc_loaded = false;
 
  private:
@@ -209,6 +276,7 @@ class OSTRUM_API MDocument : public MDocumentBase {
   Ostrum::Undo::Manager* m_undo_manager = nullptr;
   std::shared_ptr<_UndoRedo::UndoFiles> m_undo_files;
   UIMouseHandler* m_mouse_handler = nullptr;
+  ERenderType m_render_type;
   MLocker::Counter m_wnd_lock;
   MLocker::Counter m_undo_lock;
 

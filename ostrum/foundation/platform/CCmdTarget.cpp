@@ -1,5 +1,7 @@
 #include "ostrum/foundation/platform/CCmdTarget.h"
 
+#include "ostrum/foundation/platform/Cursor.h"
+
 CCmdTarget::~CCmdTarget() = default;
 
 const ::Ostrum::Desktop::MessageMap* CCmdTarget::GetThisMessageMap() {
@@ -32,3 +34,7 @@ BOOL CCmdTarget::OnCmdMsg(UINT id, int code, void*, AFX_CMDHANDLERINFO* info) {
   entry->thunk(*this, id, 0);
   return TRUE;
 }
+
+void CCmdTarget::BeginWaitCursor() { Ostrum::Desktop::BeginWaitCursor(); }
+
+void CCmdTarget::EndWaitCursor() { Ostrum::Desktop::EndWaitCursor(); }

@@ -22,6 +22,10 @@ class OSTRUM_API CCmdTarget : public CObject {
   /// runs it. TRUE if an entry was found. `extra` is the command's data (unused by CN_COMMAND).
   virtual BOOL OnCmdMsg(UINT id, int code, void* extra, AFX_CMDHANDLERINFO* info);
 
+  /// Shows the wait cursor until the matching EndWaitCursor (counted per thread).
+  void BeginWaitCursor();
+  void EndWaitCursor();
+
  protected:
   /// The class's own message map (empty here); DECLARE_MESSAGE_MAP declares one per class.
   static const ::Ostrum::Desktop::MessageMap* GetThisMessageMap();

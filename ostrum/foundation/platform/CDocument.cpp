@@ -17,6 +17,17 @@ int CDocument::OnNewDocument() {
 
 void CDocument::DeleteContents() {}
 
+int CDocument::OnOpenDocument(const wchar_t*) {
+  DeleteContents();
+  SetModifiedFlag(false);
+  return 1;
+}
+
+int CDocument::OnSaveDocument(const wchar_t*) {
+  SetModifiedFlag(false);
+  return 1;
+}
+
 void CDocument::SetTitle(const wchar_t* title) { m_title = title; }
 
 void CDocument::AddView(CView* view) {

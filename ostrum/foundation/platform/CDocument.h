@@ -22,6 +22,11 @@ class OSTRUM_API CDocument : public CCmdTarget {
   virtual int OnNewDocument();
   /// Empties the document's data; the default holds none.
   virtual void DeleteContents();
+  /// Opens the document at `path`: the default empties it and clears the modified mark (it
+  /// reads nothing). True on success.
+  virtual int OnOpenDocument(const wchar_t* path);
+  /// Saves the document to `path`: the default writes nothing and clears the modified mark.
+  virtual int OnSaveDocument(const wchar_t* path);
   /// Sets the title shown in the frame.
   virtual void SetTitle(const wchar_t* title);
   const CString& GetTitle() const { return m_title; }

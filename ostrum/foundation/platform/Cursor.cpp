@@ -62,3 +62,23 @@ WORD SystemCursorId(HCURSOR cursor) {
 }
 
 }  // namespace Ostrum::Desktop
+
+namespace Ostrum::Desktop {
+
+namespace {
+thread_local int t_wait_count = 0;
+thread_local HCURSOR t_before_wait = nullptr;
+}  // namespace
+
+void BeginWaitCursor() {
+  if (t_wait_count++ == 0) t_before_wait = SetCursor(LoadCursorW(nullptr, IDC_WAIT));
+}
+
+void EndWaitCursor() {
+  if (t_wait_count == 0) return;
+  if (--t_wait_count == 0) SetCursor(t_before_wait);
+}
+
+int GetWaitCursorCount() { return t_wait_count; }
+
+}  // namespace Ostrum::Desktop

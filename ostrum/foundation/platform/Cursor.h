@@ -38,4 +38,11 @@ namespace Ostrum::Desktop {
 /// backends that show the shape.
 OSTRUM_API WORD SystemCursorId(HCURSOR cursor);
 
+/// The wait cursor of the calling thread, counted: the first Begin shows the hourglass, the
+/// matching last End brings back the shape shown before.
+OSTRUM_API void BeginWaitCursor();
+OSTRUM_API void EndWaitCursor();
+/// How many Begins of the calling thread wait for their End.
+OSTRUM_API int GetWaitCursorCount();
+
 }  // namespace Ostrum::Desktop

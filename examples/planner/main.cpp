@@ -14,6 +14,7 @@
 #include "CoordinateScenario.h"
 #include "DatabaseScenario.h"
 #include "DocumentUndoScenario.h"
+#include "LifecycleScenario.h"
 #include "PlannerModel.h"
 #include "PlannerTrace.h"
 #include "TreeScenario.h"
@@ -147,6 +148,7 @@ int main(int argc, char** argv) {
   planner::RunCameraScenario();
   planner::RunDocumentUndoScenario();
   planner::RunDatabaseScenario();
+  planner::RunLifecycleScenario();
 
   planner::RunUndoScenario();
 

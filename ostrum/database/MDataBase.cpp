@@ -66,12 +66,29 @@ bool MDataBase::RestoreObject(IObject* object, IObject* parent) {
 
 bool MDataBase::DeleteObject(IObject* object) {
   if (object && !object->IsRemoved()) RemoveObject(object);
-  return m_list.DeleteObject(object);
+  if (!m_list.DeleteObject(object)) return false;
+  if (auto* tree_object = dynamic_cast<UIObject*>(object)) {
+    _LeaveTree(tree_object);
+    // It dies at the next recycling, and nothing may point at it then: its children, which
+    // stay removed, no longer stand below it.
+    tree_object->RemoveAllChildren();
+  }
+  return true;
 }
 
 bool MDataBase::RetractObject(IObject* object) {
   if (object && !object->IsRemoved()) RemoveObject(object);
-  return m_list.RetractObject(object);
+  if (!m_list.RetractObject(object)) return false;
+  // The caller owns it now, with its subtree; it is no longer below its parent.
+  if (auto* tree_object = dynamic_cast<UIObject*>(object)) _LeaveTree(tree_object);
+  return true;
+}
+
+void MDataBase::_LeaveTree(UIObject* object) {
+  // A removed object still stands below its parent when that was removed with it, and may still
+  // be selected; a live one has left both already.
+  if (UIObject* parent = object->GetParent()) parent->RemoveChild(object);
+  _Unselect(object);
 }
 
 void MDataBase::ClearAll() {

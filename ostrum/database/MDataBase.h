@@ -41,7 +41,8 @@ class OSTRUM_API MDataBase {
   /// Registers the object, then brings it live under the root: how an object enters.
   virtual bool AddObject(IObject* object);
   /// Removes the object if it is live, then retracts it into the garbage: it dies at the next
-  /// recycling. False if the registry did not hold it.
+  /// recycling, out of the tree (its children, still removed, stand below nothing) and out of
+  /// the selection. False if the registry did not hold it.
   virtual bool DeleteObject(IObject* object);
   /// Live → removed, with its whole subtree (each told OnRemove), out of its parent (the
   /// subtree stays below it) and out of the selection. False if it was not live; the subtree,
@@ -49,7 +50,8 @@ class OSTRUM_API MDataBase {
   virtual bool RemoveObject(IObject* object);
   /// RestoreObject(object, nullptr): under the root.
   virtual bool RestoreObject(IObject* object);
-  /// Removes the object if it is live, then takes it out of the registry: the caller owns it.
+  /// Removes the object if it is live, then takes it out of the registry: the caller owns it,
+  /// with its subtree, out of its parent and out of the selection.
   virtual bool RetractObject(IObject* object);
   /// Empties the tree, destroys every object, empties the selection and the scenes.
   virtual void ClearAll();
@@ -129,6 +131,8 @@ class OSTRUM_API MDataBase {
 
  private:
   void _Unselect(UIObject* object);
+  /// Out of its parent and the selection.
+  OSTRUM_LOCAL void _LeaveTree(UIObject* object);
 
   MObjectList m_list;
   UIObject m_root;

@@ -95,7 +95,6 @@ void MDataBase::ClearAll() {
   m_root.RemoveAllChildren();
   m_list.ClearList(true, true);
   m_selected.clear();
-  m_selected_set.clear();
   m_scene_manager->ClearAll();
 }
 
@@ -103,7 +102,6 @@ bool MDataBase::AddSelectedObject(IObject* object) {
   auto* tree_object = dynamic_cast<UIObject*>(object);
   if (!tree_object || IsObjectSelected(tree_object)) return true;
   m_selected.AddBasedOnPriority(tree_object);
-  m_selected_set.insert(tree_object);
   return true;
 }
 
@@ -113,7 +111,7 @@ bool MDataBase::RemoveSelectedObject(IObject* object) {
 }
 
 void MDataBase::_Unselect(UIObject* object) {
-  if (m_selected_set.erase(object)) m_selected.RemoveObject(object);
+  m_selected.RemoveObject(object);
 }
 
 void MDataBase::TransformRepositoryWasDeleted() {}
@@ -170,7 +168,6 @@ void MDataBase::LoadStateHierarchy(MStreamUndoIn& in) {
   // 3, 4.
   _ClearChildren(&m_root, nullptr, false);
   m_selected.clear();
-  m_selected_set.clear();
   // 5.
   m_root.LoadStateHierarchy(in);
   // 6. What is gone now, and what was gone before.

@@ -5,7 +5,6 @@
 
 #include <cstddef>
 #include <string>
-#include <unordered_set>
 #include <vector>
 
 #include "ostrum/Export.h"
@@ -70,7 +69,7 @@ class OSTRUM_API MDataBase {
   IObject* GetObjectW(std::size_t index) const { return m_list.GetObjectW(index); }
   std::size_t GetNumRemovedObjects() const { return m_list.GetNumRemovedObjects(); }
   IObject* GetRemovedObject(std::size_t index) const { return m_list.GetRemovedObject(index); }
-  /// Constant time, as the selection question.
+  /// Constant time.
   bool IsObjectRegistered(const IObject* object) const { return m_list.IsObjectRegistered(object); }
   bool IsObjectRemoved(const IObject* object) const { return m_list.IsObjectRemoved(object); }
   /// Removed → live with its subtree, then under `parent` (the root when null). False if the
@@ -79,8 +78,9 @@ class OSTRUM_API MDataBase {
 
   // --- the selection and the tree ---
 
-  bool IsObjectSelected(const UIObject* object) const { return m_selected_set.count(object) != 0; }
-  /// By descending priority.
+  /// Whether the selected list holds the object: linear in the selection, which is small.
+  bool IsObjectSelected(const UIObject* object) const { return m_selected.ContainsObject(object); }
+  /// By descending priority. The host may change it: the selection is what it holds.
   UIObjectList& GetUIObjectListSelected() { return m_selected; }
   const UIObjectList& GetUIObjectListSelected() const { return m_selected; }
   /// The root's children.
@@ -138,5 +138,4 @@ class OSTRUM_API MDataBase {
   UIObject m_root;
   UIObjectList m_selected;
   MSceneManagerEx* m_scene_manager;
-  std::unordered_set<const UIObject*> m_selected_set;
 };

@@ -45,7 +45,7 @@ struct ObjectRegistry : DatabaseHost {
 };
 
 TEST_F(ObjectRegistry, RemovalTakesTheSubtreeToTheRemovedOnesUntilUndone) {
-  AddFamily();
+  ASSERT_NO_FATAL_FAILURE(AddFamily());
   for (Item* item : {p, c1}) {
     EXPECT_TRUE(db.IsObjectRegistered(item));
     EXPECT_FALSE(item->IsRemoved());
@@ -86,7 +86,7 @@ TEST_F(ObjectRegistry, RemovalTakesTheSubtreeToTheRemovedOnesUntilUndone) {
 }
 
 TEST_F(ObjectRegistry, RestoringPutsTheObjectUnderTheRootOrTheParentGiven) {
-  AddFamily();
+  ASSERT_NO_FATAL_FAILURE(AddFamily());
   ASSERT_TRUE(Do(Op(kRemove, {c1})));
   EXPECT_EQ(Tree(), "p(c2) q");
   ASSERT_TRUE(doc.UndoOperation());
@@ -103,7 +103,7 @@ TEST_F(ObjectRegistry, RestoringPutsTheObjectUnderTheRootOrTheParentGiven) {
 }
 
 TEST_F(ObjectRegistry, RetractedObjectsBelongToTheHostUntilRegisteredAnew) {
-  AddFamily();
+  ASSERT_NO_FATAL_FAILURE(AddFamily());
   ASSERT_TRUE(Do(Op(kSelect, {c1, p})));
   EXPECT_TRUE(db.RetractObject(c1));
   EXPECT_EQ(c1->removes, 1) << "a live object is told it is removed";
@@ -135,7 +135,7 @@ TEST_F(ObjectRegistry, RetractedObjectsBelongToTheHostUntilRegisteredAnew) {
 }
 
 TEST_F(ObjectRegistry, DeletedObjectsLiveUntilRecycledAndTheirObserversHearOfItOnce) {
-  AddFamily();
+  ASSERT_NO_FATAL_FAILURE(AddFamily());
   TestObject observer("o", &log);
   std::vector<std::pair<uint32_t, bool>> heard;  // action, undoable
   observer.on_update = [&](const MOperation& operation) {
@@ -198,7 +198,7 @@ TEST_F(ObjectRegistry, DeletedObjectsLiveUntilRecycledAndTheirObserversHearOfItO
 }
 
 TEST_F(ObjectRegistry, ObjectsRegisteredAloneAreRemovedUntilAddedAndIndexedAfterTheLiveOnes) {
-  AddFamily();
+  ASSERT_NO_FATAL_FAILURE(AddFamily());
   Item* alone = New("alone");
   EXPECT_TRUE(db.RegisterObject(alone));
   EXPECT_TRUE(db.RegisterObject(alone)) << "again: nothing more";
@@ -301,7 +301,7 @@ class Rearrange : public MOperation {
 };
 
 TEST_F(ObjectRegistry, TheTreeAndTheScenesAliveComeBackFromTheHierarchyState) {
-  AddFamily();
+  ASSERT_NO_FATAL_FAILURE(AddFamily());
   Item* gone = New("gone");
   ASSERT_TRUE(Do(Op(kAdd, {gone})));
   ASSERT_TRUE(Do(Op(kRemove, {gone})));

@@ -66,19 +66,35 @@ bool MDataBase::RestoreObject(IObject* object, IObject* parent) {
 
 bool MDataBase::DeleteObject(IObject* object) {
   if (object && !object->IsRemoved()) RemoveObject(object);
-  return m_list.DeleteObject(object);
+  if (!m_list.DeleteObject(object)) return false;
+  if (auto* tree_object = dynamic_cast<UIObject*>(object)) {
+    _LeaveTree(tree_object);
+    // It dies at the next recycling, and nothing may point at it then: its children, which
+    // stay removed, no longer stand below it.
+    tree_object->RemoveAllChildren();
+  }
+  return true;
 }
 
 bool MDataBase::RetractObject(IObject* object) {
   if (object && !object->IsRemoved()) RemoveObject(object);
-  return m_list.RetractObject(object);
+  if (!m_list.RetractObject(object)) return false;
+  // The caller owns it now, with its subtree; it is no longer below its parent.
+  if (auto* tree_object = dynamic_cast<UIObject*>(object)) _LeaveTree(tree_object);
+  return true;
+}
+
+void MDataBase::_LeaveTree(UIObject* object) {
+  // A removed object still stands below its parent when that was removed with it, and may still
+  // be selected; a live one has left both already.
+  if (UIObject* parent = object->GetParent()) parent->RemoveChild(object);
+  _Unselect(object);
 }
 
 void MDataBase::ClearAll() {
   m_root.RemoveAllChildren();
   m_list.ClearList(true, true);
   m_selected.clear();
-  m_selected_set.clear();
   m_scene_manager->ClearAll();
 }
 
@@ -86,7 +102,6 @@ bool MDataBase::AddSelectedObject(IObject* object) {
   auto* tree_object = dynamic_cast<UIObject*>(object);
   if (!tree_object || IsObjectSelected(tree_object)) return true;
   m_selected.AddBasedOnPriority(tree_object);
-  m_selected_set.insert(tree_object);
   return true;
 }
 
@@ -96,7 +111,7 @@ bool MDataBase::RemoveSelectedObject(IObject* object) {
 }
 
 void MDataBase::_Unselect(UIObject* object) {
-  if (m_selected_set.erase(object)) m_selected.RemoveObject(object);
+  m_selected.RemoveObject(object);
 }
 
 void MDataBase::TransformRepositoryWasDeleted() {}
@@ -153,7 +168,6 @@ void MDataBase::LoadStateHierarchy(MStreamUndoIn& in) {
   // 3, 4.
   _ClearChildren(&m_root, nullptr, false);
   m_selected.clear();
-  m_selected_set.clear();
   // 5.
   m_root.LoadStateHierarchy(in);
   // 6. What is gone now, and what was gone before.

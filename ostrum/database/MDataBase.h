@@ -5,7 +5,6 @@
 
 #include <cstddef>
 #include <string>
-#include <unordered_set>
 #include <vector>
 
 #include "ostrum/Export.h"
@@ -41,7 +40,8 @@ class OSTRUM_API MDataBase {
   /// Registers the object, then brings it live under the root: how an object enters.
   virtual bool AddObject(IObject* object);
   /// Removes the object if it is live, then retracts it into the garbage: it dies at the next
-  /// recycling. False if the registry did not hold it.
+  /// recycling, out of the tree (its children, still removed, stand below nothing) and out of
+  /// the selection. False if the registry did not hold it.
   virtual bool DeleteObject(IObject* object);
   /// Live → removed, with its whole subtree (each told OnRemove), out of its parent (the
   /// subtree stays below it) and out of the selection. False if it was not live; the subtree,
@@ -49,7 +49,8 @@ class OSTRUM_API MDataBase {
   virtual bool RemoveObject(IObject* object);
   /// RestoreObject(object, nullptr): under the root.
   virtual bool RestoreObject(IObject* object);
-  /// Removes the object if it is live, then takes it out of the registry: the caller owns it.
+  /// Removes the object if it is live, then takes it out of the registry: the caller owns it,
+  /// with its subtree, out of its parent and out of the selection.
   virtual bool RetractObject(IObject* object);
   /// Empties the tree, destroys every object, empties the selection and the scenes.
   virtual void ClearAll();
@@ -68,7 +69,7 @@ class OSTRUM_API MDataBase {
   IObject* GetObjectW(std::size_t index) const { return m_list.GetObjectW(index); }
   std::size_t GetNumRemovedObjects() const { return m_list.GetNumRemovedObjects(); }
   IObject* GetRemovedObject(std::size_t index) const { return m_list.GetRemovedObject(index); }
-  /// Constant time, as the selection question.
+  /// Constant time.
   bool IsObjectRegistered(const IObject* object) const { return m_list.IsObjectRegistered(object); }
   bool IsObjectRemoved(const IObject* object) const { return m_list.IsObjectRemoved(object); }
   /// Removed → live with its subtree, then under `parent` (the root when null). False if the
@@ -77,8 +78,9 @@ class OSTRUM_API MDataBase {
 
   // --- the selection and the tree ---
 
-  bool IsObjectSelected(const UIObject* object) const { return m_selected_set.count(object) != 0; }
-  /// By descending priority.
+  /// Whether the selected list holds the object: linear in the selection, which is small.
+  bool IsObjectSelected(const UIObject* object) const { return m_selected.ContainsObject(object); }
+  /// By descending priority. The host may change it: the selection is what it holds.
   UIObjectList& GetUIObjectListSelected() { return m_selected; }
   const UIObjectList& GetUIObjectListSelected() const { return m_selected; }
   /// The root's children.
@@ -129,10 +131,11 @@ class OSTRUM_API MDataBase {
 
  private:
   void _Unselect(UIObject* object);
+  /// Out of its parent and the selection.
+  OSTRUM_LOCAL void _LeaveTree(UIObject* object);
 
   MObjectList m_list;
   UIObject m_root;
   UIObjectList m_selected;
   MSceneManagerEx* m_scene_manager;
-  std::unordered_set<const UIObject*> m_selected_set;
 };

@@ -3,6 +3,7 @@
 #include "ostrum/database/MDataBase.h"
 #include "ostrum/document/MDocument.h"
 #include "ostrum/scene/MSceneEx.h"
+#include "ostrum/undo/MStreamUndo.h"
 
 namespace {
 
@@ -78,13 +79,19 @@ bool UIOperationScene::_DoOperation() {
 }
 
 void UIOperationScene::_SaveState(MStreamUndoOut& out) {
+  // Whether the scene was there, then its state: the state written before a scene was added
+  // holds no scene, and reading one from it would read past its end.
   const MDataBase* database = MDocument::GetDataBase();
-  if (MSceneEx* scene = database ? database->GetScene(m_scene) : nullptr) scene->SaveState(out);
+  MSceneEx* scene = database ? database->GetScene(m_scene) : nullptr;
+  out << (scene != nullptr);
+  if (scene) scene->SaveState(out);
 }
 
 void UIOperationScene::_LoadState(MStreamUndoIn& in) {
+  bool saved = false;
+  in >> saved;
   const MDataBase* database = MDocument::GetDataBase();
-  if (MSceneEx* scene = database ? database->GetScene(m_scene) : nullptr) scene->LoadState(in);
+  if (MSceneEx* scene = saved && database ? database->GetScene(m_scene) : nullptr) scene->LoadState(in);
 }
 
 UIOperationSceneLightChanged::UIOperationSceneLightChanged() = default;

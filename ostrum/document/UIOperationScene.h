@@ -41,8 +41,9 @@ class OSTRUM_API UIOperationScene : public MOperation {
   /// False without a database; otherwise acts on the scene of the scene field as the action
   /// says (a colour or label for a scene that is not there changes nothing) and answers true.
   bool _DoOperation() override;
-  /// The scene's state, if the database has the scene.
+  /// Whether the database has the scene, then the scene's state if it has.
   void _SaveState(MStreamUndoOut& out) override;
+  /// The scene's state, if it was saved and the database has the scene.
   void _LoadState(MStreamUndoIn& in) override;
 
  private:

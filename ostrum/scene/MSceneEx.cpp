@@ -125,13 +125,11 @@ bool MSceneEx::IsPointClipped(double x, double y, double z) const {
 
 bool MSceneEx::UpdateClippingPlanes(IVRender& renderer) {
   if (renderer.GetNumClippingPlanes() < 3) return false;
-  Plane* planes[3] = {m_plane_x, m_plane_y, m_plane_z};
-  void (MSceneEx::*enable[3])(bool) = {&MSceneEx::EnableClippingPlaneX, &MSceneEx::EnableClippingPlaneY,
-                                        &MSceneEx::EnableClippingPlaneZ};
+  Plane** planes[3] = {&m_plane_x, &m_plane_y, &m_plane_z};
   for (int index = 0; index < 3; ++index) {
-    const Plane* plane = planes[index];
+    const Plane* plane = *planes[index];
     if (!plane) {
-      (this->*enable[index])(false);  // made disabled for next time; the renderer hears nothing
+      Make(*planes[index]).enabled = false;  // made disabled for next time; the renderer hears nothing
       continue;
     }
     renderer.EnableClippingPlane(index, plane->enabled);

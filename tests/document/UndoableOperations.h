@@ -4,7 +4,6 @@
 // test's own, so that its files can be counted.
 
 #include <gtest/gtest.h>
-#include <stdlib.h>
 
 #include <filesystem>
 #include <functional>
@@ -21,6 +20,7 @@
 #include "ostrum/undo/Manager.h"
 #include "support/TestDocument.h"
 #include "support/TestObjects.h"
+#include "support/UndoDirectory.h"
 
 namespace undo_test {
 
@@ -134,20 +134,15 @@ inline MOperation* Op(uint32_t action, std::initializer_list<StateObject*> objec
 
 struct UndoableOperations : testing::Test {
   UndoableOperations() {
-    char pattern[] = "/tmp/ostrum-undo-test-XXXXXX";
-    dir = mkdtemp(pattern);
-    SetDir(dir);
     s.Attach(&o);
     doc.SetDocLoaded(true);
   }
   ~UndoableOperations() override {
     doc.CleanUpUndoHandler();
     Ostrum::Desktop::RunUntilIdle();
-    MUndoHandler::SetUndoTempDir(L"");
     MDocument::SetUndoDiskSpace(104857600);
-    fs::remove_all(dir);
   }
-  static void SetDir(const fs::path& path) { MUndoHandler::SetUndoTempDir(path.wstring().c_str()); }
+  static void SetDir(const fs::path& path) { PrivateUndoDirectory::Set(path); }
   bool Do(MOperation* op) { return doc.DoOperation(op, nullptr); }
   Ostrum::Undo::Manager& manager() { return *doc.GetUndoManager(); }
   // Sizes of the files whose names start with `prefix`.
@@ -173,7 +168,8 @@ struct UndoableOperations : testing::Test {
   }
 
   Ostrum::DeferredTaskManager::ScopedSession session;
-  fs::path dir;
+  PrivateUndoDirectory undo_directory;
+  const fs::path& dir = undo_directory.path;
   CallLog log;
   StateObject s{"s", &log, 4096}, t{"t", &log, 4096};
   TestObject o{"o", &log};

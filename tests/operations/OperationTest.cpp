@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <fstream>
 #include <iterator>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -12,7 +13,10 @@
 #include "ostrum/foundation/core/StringResources.h"
 #include "ostrum/objects/MObject.h"
 #include "ostrum/operations/MOperation.h"
+#include "ostrum/operations/MOperationDoc.h"
 #include "ostrum/operations/UIOperation.h"
+#include "ostrum/operations/UIOperationExport.h"
+#include "ostrum/operations/UIOperationImport.h"
 #include "support/TestObjects.h"
 
 namespace {
@@ -254,7 +258,82 @@ TEST(UIOperation, RecordIsTheActionThenTheSavedValue) {
   EXPECT_EQ(loaded.GetSceneID(), 0xFFFFFFFFull);
   EXPECT_FALSE(loaded.Load(file)) << "nothing more";
   EXPECT_TRUE(file.CLOSE());
+
+  // A record cut short after its action leaves the saved value as it was.
+  ASSERT_TRUE(file.OPEN_WRITE(name));
+  ASSERT_EQ(file.WRITE("\x63\xEA\0\0\x01\x02", 6), 6u);
+  ASSERT_TRUE(file.CLOSE());
+  ASSERT_TRUE(file.OPEN_READ(name));
+  EXPECT_FALSE(loaded.Load(file));
+  EXPECT_EQ(loaded.GetSavedValue(), 0x0A0B0C0Du);
+  EXPECT_TRUE(file.CLOSE());
   EXPECT_TRUE(name.REMOVE());
+}
+
+// The stock operations beside UIOperation: document notifications, import and export. Their
+// flags go over MOperation's table; their texts are the host's.
+struct StockRow {
+  const char* name;
+  MOperation* (*make)(uint32_t action);
+  uint32_t action, flags, text_id;
+};
+void PrintTo(const StockRow& row, std::ostream* out) { *out << row.name; }
+struct StockOperationTable : testing::TestWithParam<StockRow> {
+  static void SetUpTestSuite() {
+    for (unsigned id : {353u, 358u, 370u, 371u}) VarnResSetString(id, L"text " + std::to_wstring(id));
+  }
+  static void TearDownTestSuite() { VarnResClearStrings(); }
+};
+
+TEST_P(StockOperationTable, SetsItsFlagsAndNamesItsText) {
+  const StockRow& row = GetParam();
+  std::unique_ptr<MOperation> op(row.make(row.action));
+  EXPECT_EQ(op->GetAction(), row.action);
+  EXPECT_EQ(op->GetFlags(), row.flags) << std::hex << op->GetFlags();
+  EXPECT_EQ(op->GetActionString(), L"text " + std::to_wstring(row.text_id));
+}
+
+template <class Operation>
+MOperation* Make(uint32_t action) {
+  return new Operation(action);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Operations, StockOperationTable,
+    testing::Values(
+        // Notifications are neither undoable nor a change of the document, whatever the action.
+        StockRow{"DocOpened", Make<MOperationDoc>, MOperationDoc::ACTION_DOC_OPENED, 0x750000, 358},
+        StockRow{"DocSaved", Make<MOperationDoc>, MOperationDoc::ACTION_DOC_SAVED, 0x750000, 358},
+        StockRow{"DocRemove", Make<MOperationDoc>, MOperation::ACTION_REMOVE, 0x750000, 353},
+        StockRow{"Import", Make<UIOperationImport>, UIOperationImport::ACTION_IMPORT, 0x370008, 371},
+        StockRow{"ImportOther", Make<UIOperationImport>, MOperation::ACTION_REFRESH, 0x700000, 358},
+        StockRow{"Export", Make<UIOperationExport>, UIOperationExport::ACTION_EXPORT, 0x50000, 370},
+        StockRow{"ExportOther", Make<UIOperationExport>, MOperation::ACTION_REFRESH, 0x700000, 358}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+TEST(StockOperations, DocumentNotificationsAndExportsAskForNoUndoAndNoUpdates) {
+  MOperationDoc opened(MOperationDoc::ACTION_DOC_OPENED), plain;
+  for (MOperation* op : {static_cast<MOperation*>(&opened), static_cast<MOperation*>(&plain)}) {
+    EXPECT_FALSE(op->CanBeUndone());
+    EXPECT_FALSE(op->CausesDocumentChange());
+    EXPECT_TRUE(op->NeedsUpdateUI() && op->NeedsUpdateObservers());
+  }
+  UIOperationExport exported(UIOperationExport::ACTION_EXPORT);
+  EXPECT_FALSE(exported.NeedsUpdateUI() || exported.NeedsUpdateObservers() || exported.CanBeUndone());
+  EXPECT_TRUE(exported.HasToBePrepared() && exported.HasToBeDone());
+  exported.SetFileName(nullptr);
+  EXPECT_EQ(exported.GetFileName(), L"");
+
+  UIOperationImport import;
+  EXPECT_EQ(import.GetFileName(), L"");
+  EXPECT_EQ(import.GetSplitSurfaceAngle(), 30.0f);
+  EXPECT_FALSE(import.GetFixNormals() || import.GetSplitSurfaces() || import.GetSplitIntoLoadedFeature());
+  import.SetFileName(L"jaw.stl");
+  import.SetSplitSurfaceAngle(12.5f);
+  import.SetSplitIntoLoadedFeature(true);
+  EXPECT_EQ(import.GetFileName(), L"jaw.stl");
+  EXPECT_EQ(import.GetSplitSurfaceAngle(), 12.5f);
+  EXPECT_TRUE(import.GetSplitIntoLoadedFeature());
 }
 
 }  // namespace

@@ -1,0 +1,330 @@
+// The object database as a host meets it through its document: the ways an object leaves the
+// document (removed by an operation, retracted by the host, deleted by an operation, recycled at
+// the end of every operation), with undo and redo, and what each leaves of the registry, the
+// tree and the selection; the selection and the deselect-all operation with example objects; the
+// registry's order; the tree's state written to and read from the undo files.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "ostrum/database/MDataBase.h"
+#include "ostrum/database/MObjectList.h"
+#include "ostrum/objects/MObject.h"
+#include "ostrum/operations/MOperation.h"
+#include "ostrum/operations/UIOperation.h"
+#include "ostrum/scene/MSceneEx.h"
+#include "ostrum/undo/MStreamUndo.h"
+#include "support/DatabaseHost.h"
+#include "support/TestObjects.h"
+
+namespace {
+
+using namespace db_test;
+
+constexpr uint32_t kAdd = MOperation::ACTION_ADD, kRemove = MOperation::ACTION_REMOVE,
+                   kDelete = MOperation::ACTION_DELETE, kSelect = UIOperation::ACTION_SELECT,
+                   kDeselectAll = UIOperation::ACTION_DESELECT_ALL;
+
+struct ObjectRegistry : DatabaseHost {
+  // p(c2 c1) and q, added by two operations; c2 has the higher priority and stands first.
+  void AddFamily() {
+    p = New("p");
+    c1 = New("c1", 1, p);
+    c2 = New("c2", 2, p);
+    q = New("q");
+    ASSERT_TRUE(Do(Op(kAdd, {p})));
+    ASSERT_TRUE(Do(Op(kAdd, {q})));
+    ASSERT_EQ(Tree(), "p(c2 c1) q");
+    ASSERT_EQ(Registry(), "p c2 c1 q | ") << "a subtree becomes live in pre-order";
+  }
+  Item *p = nullptr, *c1 = nullptr, *c2 = nullptr, *q = nullptr;
+};
+
+TEST_F(ObjectRegistry, RemovalTakesTheSubtreeToTheRemovedOnesUntilUndone) {
+  ASSERT_NO_FATAL_FAILURE(AddFamily());
+  for (Item* item : {p, c1}) {
+    EXPECT_TRUE(db.IsObjectRegistered(item));
+    EXPECT_FALSE(item->IsRemoved());
+  }
+  ASSERT_TRUE(Do(Op(kSelect, {p, c1})));
+  EXPECT_EQ(Selection(), "c1 p") << "by descending priority";
+
+  ASSERT_TRUE(Do(Op(kRemove, {p})));
+  EXPECT_EQ(Tree(), "q");
+  EXPECT_EQ(TreeText(*p), "c2 c1") << "the subtree stays below the removed object";
+  EXPECT_EQ(p->GetParent(), nullptr);
+  EXPECT_EQ(Registry(), "q | p c2 c1");
+  for (Item* item : {p, c1, c2}) {
+    EXPECT_TRUE(item->IsRemoved() && item->IsRegistered());
+    EXPECT_EQ(item->removes, 1);
+  }
+  EXPECT_EQ(Selection(), "c1") << "the selected child stays selected";
+
+  ASSERT_TRUE(doc.UndoOperation());
+  EXPECT_EQ(Tree(), "q p(c2 c1)") << "back under the root, last among equal priorities";
+  EXPECT_EQ(Registry(), "q p c2 c1 | ");
+  EXPECT_FALSE(c2->IsRemoved());
+  EXPECT_EQ(c2->restores, 2);
+  EXPECT_EQ(Selection(), "c1") << "selection is no part of the undo";
+
+  ASSERT_TRUE(doc.RedoOperation());
+  EXPECT_EQ(Tree(), "q");
+  EXPECT_EQ(Registry(), "q | p c2 c1");
+  EXPECT_EQ(c1->removes, 2);
+  ASSERT_TRUE(doc.UndoOperation());
+  EXPECT_EQ(Tree(), "q p(c2 c1)");
+
+  // Undoing the first add takes p and its subtree out again.
+  ASSERT_TRUE(doc.UndoOperation());
+  ASSERT_TRUE(doc.UndoOperation());
+  EXPECT_EQ(Tree(), "");
+  EXPECT_EQ(Registry(), " | q p c2 c1");
+}
+
+TEST_F(ObjectRegistry, RestoringPutsTheObjectUnderTheRootOrTheParentGiven) {
+  ASSERT_NO_FATAL_FAILURE(AddFamily());
+  ASSERT_TRUE(Do(Op(kRemove, {c1})));
+  EXPECT_EQ(Tree(), "p(c2) q");
+  ASSERT_TRUE(doc.UndoOperation());
+  EXPECT_EQ(Tree(), "c1 p(c2) q") << "the former parent is not remembered; c1 has the highest priority";
+
+  ASSERT_TRUE(Do(Op(kRemove, {c1})));
+  EXPECT_TRUE(db.RestoreObject(c1, q));
+  EXPECT_EQ(Tree(), "p(c2) q(c1)");
+  EXPECT_FALSE(db.RestoreObject(c1, p)) << "only a removed object is restored";
+  EXPECT_EQ(Tree(), "p(c2) q(c1)");
+  Item stranger("stranger");
+  EXPECT_FALSE(db.RestoreObject(&stranger));
+  EXPECT_EQ(stranger.GetParent(), nullptr);
+}
+
+TEST_F(ObjectRegistry, RetractedObjectsBelongToTheHostUntilRegisteredAnew) {
+  ASSERT_NO_FATAL_FAILURE(AddFamily());
+  ASSERT_TRUE(Do(Op(kSelect, {c1, p})));
+  EXPECT_TRUE(db.RetractObject(c1));
+  EXPECT_EQ(c1->removes, 1) << "a live object is told it is removed";
+  EXPECT_FALSE(db.IsObjectRegistered(c1) || db.IsObjectRemoved(c1));
+  EXPECT_EQ(c1->GetParent(), nullptr);
+  EXPECT_EQ(Tree(), "p(c2) q");
+  EXPECT_EQ(Selection(), "p");
+  EXPECT_FALSE(db.RetractObject(c1)) << "unknown now";
+  EXPECT_EQ(c1->removes, 1);
+
+  ASSERT_TRUE(Do(Op(kAdd, {c1})));
+  EXPECT_EQ(Tree(), "c1 p(c2) q");
+  EXPECT_TRUE(c1->IsRegistered() && !c1->IsRemoved());
+
+  // A removed object is retracted without a second hook; its subtree stays with it. The host
+  // drops the steps that name it before it does anything else with it.
+  ASSERT_TRUE(Do(Op(kRemove, {p})));
+  EXPECT_TRUE(db.RetractObject(p));
+  std::unique_ptr<Item> owned(p);
+  EXPECT_EQ(p->removes, 1);
+  EXPECT_EQ(Registry(), "q c1 | c2");
+  EXPECT_EQ(TreeText(*p), "c2");
+  doc.RemoveAllOperationsForObject(p);
+  ASSERT_TRUE(doc.UndoOperation()) << "the add of c1 is the newest step left";
+  EXPECT_EQ(Tree(), "q");
+  ASSERT_TRUE(doc.RedoOperation());
+  EXPECT_EQ(Tree(), "c1 q");
+  c2->MoveToParent(nullptr);  // the host takes its object out of the tree before it dies
+}
+
+TEST_F(ObjectRegistry, DeletedObjectsLiveUntilRecycledAndTheirObserversHearOfItOnce) {
+  ASSERT_NO_FATAL_FAILURE(AddFamily());
+  TestObject observer("o", &log);
+  std::vector<std::pair<uint32_t, bool>> heard;  // action, undoable
+  observer.on_update = [&](const MOperation& operation) {
+    heard.emplace_back(operation.GetAction(), operation.CanBeUndone());
+    EXPECT_EQ(Narrow(c1->GetLabel()), "c1") << "alive while its observers hear of it";
+    EXPECT_FALSE(db.IsObjectRegistered(c1));
+  };
+  c1->Attach(&observer);
+  ASSERT_TRUE(Do(Op(kSelect, {c1})));
+  doc.RemoveAllOperationsForObject(c1);  // the host lets the history forget it first
+
+  log.clear();
+  ASSERT_TRUE(Do(Op(kDelete, {c1})));
+  EXPECT_EQ(log, (Calls{"doc._DoOperation", "c1: OnRemove", "doc.DoUpdateUI", "o.Update", "c1: ~",
+                        "o.OnSubjectDestroyed"}))
+      << "windows see the operation first; the object dies at the end of it";
+  EXPECT_EQ(heard, (std::vector<std::pair<uint32_t, bool>>{{kDelete, false}}));
+  EXPECT_EQ(Tree(), "p(c2) q");
+  EXPECT_EQ(Registry(), "p c2 q | ");
+  EXPECT_EQ(Selection(), "");
+
+  // Deleted by the host: it waits in the garbage until the end of the next operation.
+  doc.RemoveAllOperationsForObject(q);
+  EXPECT_TRUE(db.DeleteObject(q));
+  EXPECT_EQ(MObjectList::GetGarbageCount(), 1u);
+  EXPECT_EQ(Narrow(q->GetLabel()), "q");
+  EXPECT_EQ(Tree(), "p(c2)");
+  log.clear();
+  ASSERT_TRUE(Do(Op(UIOperation::ACTION_DESELECT)));
+  EXPECT_EQ(log, (Calls{"doc._PrepareOperation", "doc._DoOperation", "doc.DoUpdateUI", "q: ~"}));
+  log.clear();
+  MDataBase::RecycleGarbage();
+  EXPECT_TRUE(log.empty()) << "nothing new to recycle";
+
+  // An object already removed is not told again. It leaves its removed parent and the
+  // selection; the children of a dead object stand below nothing and stay removed.
+  Item* c3 = New("c3");
+  ASSERT_TRUE(Do(Op(kAdd, {c3})));
+  c3->MoveToParent(p);
+  ASSERT_TRUE(Do(Op(kSelect, {c2})));
+  ASSERT_TRUE(Do(Op(kRemove, {p})));
+  for (Item* item : {p, c2, c3}) doc.RemoveAllOperationsForObject(item);
+  log.clear();
+  ASSERT_TRUE(Do(Op(kDelete, {c2})));
+  EXPECT_EQ(log, (Calls{"doc._DoOperation", "doc.DoUpdateUI", "c2: ~"}));
+  EXPECT_EQ(TreeText(*p), "c3");
+  EXPECT_EQ(Selection(), "");
+  ASSERT_TRUE(Do(Op(kDelete, {p})));
+  EXPECT_EQ(Registry(), " | c3");
+  EXPECT_TRUE(c3->IsRemoved());
+  EXPECT_EQ(c3->GetParent(), nullptr) << "no object points at the dead one";
+  EXPECT_FALSE(manager().CanUndo()) << "deletion is no step, and the steps naming the dead are gone";
+
+  // Action 3 leaves an object that is not a tree object alone.
+  auto* plain = new MObject;
+  ASSERT_TRUE(db.AddObject(plain));
+  Do(Op(kDelete, {plain}));
+  EXPECT_TRUE(db.IsObjectRegistered(plain) && !db.IsObjectRemoved(plain));
+  EXPECT_EQ(MObjectList::GetGarbageCount(), 0u);
+}
+
+TEST_F(ObjectRegistry, ObjectsRegisteredAloneAreRemovedUntilAddedAndIndexedAfterTheLiveOnes) {
+  ASSERT_NO_FATAL_FAILURE(AddFamily());
+  Item* alone = New("alone");
+  EXPECT_TRUE(db.RegisterObject(alone));
+  EXPECT_TRUE(db.RegisterObject(alone)) << "again: nothing more";
+  EXPECT_TRUE(db.IsObjectRegistered(alone) && db.IsObjectRemoved(alone));
+  EXPECT_EQ(alone->restores, 0);
+  ASSERT_TRUE(Do(Op(kRemove, {c2})));
+  EXPECT_EQ(Registry(), "p c1 q | alone c2");
+
+  std::vector<std::string> walked;
+  for (size_t i = 0; i < db._GetNumRegisteredObjects(); ++i) walked.push_back(Label(db._GetRegisteredObject(i)));
+  EXPECT_EQ(walked, (std::vector<std::string>{"p", "c1", "q", "alone", "c2"}));
+  EXPECT_EQ(db._GetRegisteredObject(db.GetNumObjects()), alone) << "the index after the live ones";
+
+  ASSERT_TRUE(db.AddObject(alone));
+  EXPECT_EQ(Registry(), "p c1 q alone | c2");
+  EXPECT_EQ(Tree(), "p(c1) q alone");
+}
+
+TEST_F(ObjectRegistry, SelectionHoldsTreeObjectsOnceInDescendingPriority) {
+  Item* low = New("low", -1);
+  Item* high = New("high", 2);
+  Item* middle = New("middle", 1);
+  Item* twin = New("twin", 1);
+  ASSERT_TRUE(Do(Op(kAdd, {low, high, middle, twin})));
+  const bool could_undo = manager().CanUndo();
+  for (Item* item : {middle, low, high, middle, twin}) EXPECT_TRUE(db.AddSelectedObject(item));
+  EXPECT_EQ(Selection(), "high middle twin low") << "one entry each; equal priorities in order of arrival";
+  EXPECT_TRUE(twin->IsSelected() && db.IsObjectSelected(twin));
+
+  MObject plain;
+  EXPECT_TRUE(db.AddSelectedObject(&plain));
+  EXPECT_TRUE(db.RemoveSelectedObject(&plain));
+  EXPECT_EQ(Selection(), "high middle twin low") << "only tree objects are selected";
+
+  ASSERT_TRUE(Do(Op(UIOperation::ACTION_DESELECT, {middle, middle})));
+  EXPECT_TRUE(db.RemoveSelectedObject(middle)) << "also when not selected";
+  EXPECT_FALSE(middle->IsSelected());
+  EXPECT_EQ(Selection(), "high twin low");
+  ASSERT_TRUE(Do(Op(kSelect, {middle})));
+  EXPECT_EQ(Selection(), "high twin middle low");
+  EXPECT_EQ(manager().CanUndo(), could_undo) << "selecting leaves no step";
+
+  // The list is the host's to change: the questions and the operations follow what it holds.
+  UIObjectList& list = db.GetUIObjectListSelected();
+  list.RemoveObject(twin);
+  list.clear();
+  list.push_back(low);
+  EXPECT_FALSE(twin->IsSelected() || high->IsSelected());
+  EXPECT_TRUE(low->IsSelected());
+  ASSERT_TRUE(Do(Op(kSelect, {twin, low})));
+  EXPECT_EQ(Selection(), "twin low");
+}
+
+TEST_F(ObjectRegistry, DeselectAllTakesTheSelectionOrTheSelectedObjectsOfTheExamplesClasses) {
+  Item *a = New("a"), *b = New("b");
+  Marker *m1 = new Marker("m1"), *m2 = new Marker("m2");
+  ASSERT_TRUE(Do(Op(kAdd, {a, m1, b, m2})));
+  auto select_all = [&] { ASSERT_TRUE(Do(Op(kSelect, {a, m1, b, m2}))); };
+
+  select_all();
+  ASSERT_TRUE(Do(Op(kDeselectAll)));
+  EXPECT_EQ(Selection(), "");
+
+  // An example needs to be no member of the document; its class is what counts.
+  select_all();
+  Marker example("example");
+  ASSERT_TRUE(Do(Op(kDeselectAll, {&example})));
+  EXPECT_EQ(Selection(), "a b");
+  select_all();
+  ASSERT_TRUE(Do(Op(kDeselectAll, {a, &example})));
+  EXPECT_EQ(Selection(), "") << "every selected object of either example's class";
+
+  // No selected object of an example's class: the operation is refused before anything.
+  ASSERT_TRUE(Do(Op(kSelect, {a, b})));
+  log.clear();
+  EXPECT_FALSE(Do(Op(kDeselectAll, {&example})));
+  EXPECT_EQ(log, Calls{"doc._PrepareOperation"}) << "nothing done, no window told";
+  EXPECT_EQ(Selection(), "a b");
+}
+
+// A host step that hangs an object below another and takes away a scene, undone by the state of
+// the whole tree and of which scenes are alive.
+class Rearrange : public MOperation {
+ public:
+  Rearrange(UIObject* object, UIObject* parent, unsigned long long scene)
+      : MOperation(9), m_object(object), m_parent(parent), m_scene(scene) {}
+
+ protected:
+  bool _DoOperation() override {
+    m_object->MoveToParent(m_parent);
+    return MDocument::GetDataBase()->RemoveScene(m_scene);
+  }
+  void _SaveState(MStreamUndoOut& out) override { MDocument::GetDataBase()->SaveStateHierarchy(out); }
+  void _LoadState(MStreamUndoIn& in) override { MDocument::GetDataBase()->LoadStateHierarchy(in); }
+
+ private:
+  UIObject* m_object;
+  UIObject* m_parent;
+  unsigned long long m_scene;
+};
+
+TEST_F(ObjectRegistry, TheTreeAndTheScenesAliveComeBackFromTheHierarchyState) {
+  ASSERT_NO_FATAL_FAILURE(AddFamily());
+  Item* gone = New("gone");
+  ASSERT_TRUE(Do(Op(kAdd, {gone})));
+  ASSERT_TRUE(Do(Op(kRemove, {gone})));
+  const unsigned long long scene = db.RegisterScene(L"Plan")->GetSceneID();
+  ASSERT_TRUE(Do(Op(kSelect, {c1})));
+
+  ASSERT_TRUE(Do(new Rearrange(c1, q, scene)));
+  EXPECT_EQ(Tree(), "p(c2) q(c1)");
+  EXPECT_TRUE(db.IsSceneRemoved(scene));
+
+  log.clear();
+  ASSERT_TRUE(doc.UndoOperation());
+  EXPECT_EQ(Tree(), "p(c2 c1) q");
+  EXPECT_EQ(Registry(), "p q c2 c1 | gone") << "every object the tree names is live again, level by level";
+  EXPECT_FALSE(db.IsSceneRemoved(scene));
+  EXPECT_NE(db.GetScene(scene), nullptr);
+  EXPECT_EQ(Selection(), "") << "loading the tree empties the selection";
+  EXPECT_EQ(std::count(log.begin(), log.end(), "gone: OnRemove"), 1) << "what stays removed is told again";
+
+  ASSERT_TRUE(doc.RedoOperation());
+  EXPECT_EQ(Tree(), "p(c2) q(c1)");
+  EXPECT_TRUE(db.IsSceneRemoved(scene));
+  EXPECT_EQ(db.GetScene(scene), nullptr);
+}
+
+}  // namespace

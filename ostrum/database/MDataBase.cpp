@@ -102,6 +102,7 @@ bool MDataBase::AddSelectedObject(IObject* object) {
   auto* tree_object = dynamic_cast<UIObject*>(object);
   if (!tree_object || IsObjectSelected(tree_object)) return true;
   m_selected.AddBasedOnPriority(tree_object);
+  if (m_selected_index.size() + 1 == m_selected.size()) m_selected_index.insert(tree_object);
   return true;
 }
 
@@ -110,8 +111,18 @@ bool MDataBase::RemoveSelectedObject(IObject* object) {
   return true;
 }
 
+bool MDataBase::IsObjectSelected(const UIObject* object) const {
+  // A few selected objects are found faster in the list itself.
+  constexpr std::size_t kSearched = 16;
+  if (m_selected.size() <= kSearched) return m_selected.ContainsObject(object);
+  if (m_selected_index.size() != m_selected.size()) m_selected_index = {m_selected.begin(), m_selected.end()};
+  return m_selected_index.count(object) != 0;
+}
+
 void MDataBase::_Unselect(UIObject* object) {
+  const std::size_t before = m_selected.size();
   m_selected.RemoveObject(object);
+  if (m_selected.size() < before && m_selected_index.size() == before) m_selected_index.erase(object);
 }
 
 void MDataBase::TransformRepositoryWasDeleted() {}

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <string>
+#include <unordered_set>
 #include <vector>
 
 #include "ostrum/Export.h"
@@ -79,7 +80,12 @@ class OSTRUM_API MDataBase {
   // --- the selection and the tree ---
 
   /// Whether the selected list holds the object: linear in the selection, which is small.
-  bool IsObjectSelected(const UIObject* object) const { return m_selected.ContainsObject(object); }
+  /// Constant time for a large selection: an index kept beside the list answers, made anew from
+  /// the list whenever their sizes differ. A host that changes the list it gets from
+  /// GetUIObjectListSelected is followed as long as each change adds or takes away objects; one
+  /// that puts an object in place of another without changing the size must select through
+  /// AddSelectedObject and RemoveSelectedObject.
+  bool IsObjectSelected(const UIObject* object) const;
   /// By descending priority. The host may change it: the selection is what it holds.
   UIObjectList& GetUIObjectListSelected() { return m_selected; }
   const UIObjectList& GetUIObjectListSelected() const { return m_selected; }
@@ -137,5 +143,7 @@ class OSTRUM_API MDataBase {
   MObjectList m_list;
   UIObject m_root;
   UIObjectList m_selected;
+  // The index of the selection, for selections too long to search.
+  mutable std::unordered_set<const UIObject*> m_selected_index;
   MSceneManagerEx* m_scene_manager;
 };

@@ -250,6 +250,23 @@ TEST_F(ObjectRegistry, SelectionHoldsTreeObjectsOnceInDescendingPriority) {
   EXPECT_TRUE(low->IsSelected());
   ASSERT_TRUE(Do(Op(kSelect, {twin, low})));
   EXPECT_EQ(Selection(), "twin low");
+
+  // A selection too long to search is answered from an index, which follows the list too.
+  std::vector<Item*> many;
+  for (int i = 0; i < 40; ++i) {
+    many.push_back(New("m" + std::to_string(i)));
+    ASSERT_TRUE(db.AddObject(many.back()));
+    db.AddSelectedObject(many.back());
+  }
+  EXPECT_TRUE(many[17]->IsSelected() && low->IsSelected());
+  db.RemoveSelectedObject(many[17]);
+  EXPECT_FALSE(many[17]->IsSelected());
+  list.RemoveObject(many[3]);
+  EXPECT_FALSE(many[3]->IsSelected());
+  list.push_back(middle);
+  EXPECT_TRUE(middle->IsSelected() && many[39]->IsSelected());
+  list.clear();
+  for (Item* item : many) EXPECT_FALSE(item->IsSelected());
 }
 
 TEST_F(ObjectRegistry, DeselectAllTakesTheSelectionOrTheSelectedObjectsOfTheExamplesClasses) {

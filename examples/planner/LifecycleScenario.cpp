@@ -11,6 +11,7 @@
 #include "PlannerTrace.h"
 #include "ostrum/coordinates/MTransformRepositoryEx.h"
 #include "ostrum/database/MDataBase.h"
+#include "ostrum/document/MDocManager.h"
 #include "ostrum/document/MDocument.h"
 #include "ostrum/foundation/core/CharacterSetConversions.h"
 #include "ostrum/foundation/core/SafeFileWriter.h"
@@ -151,6 +152,21 @@ void RunLifecycleScenario() {
     doc.OnOpenDocument(file.wstring().c_str());
     doc.SetTitle(L"plan.ostrum");
     TraceState(doc, L"opened");
+  }
+  {
+    Heading(L"the planner's file type, known to the desktop");
+    MDocManager manager;
+    manager.AddDocTemplate(new CDocTemplate(L"Planner\nPlan\nPlan\nPlans (*.ostrum)\n.ostrum\nOstrum.Plan\nSurgical plan"));
+    const fs::path share = directory / "share";
+    const bool published = manager.PublishFileTypes(share.wstring(), L"org.ostrum.Planner", L"Ostrum Planner");
+    Trace(std::wstring(L"written into ") + CharacterSetConversions::FromNativePath(share.native()) + L": " +
+          (published ? L"yes" : L"no"));
+    for (const char* name : {"mime/packages/org.ostrum.Planner.xml", "applications/org.ostrum.Planner.desktop"}) {
+      Trace(CharacterSetConversions::FromNativePath(name) + L":");
+      TraceScope scope;
+      std::ifstream in(share / name);
+      for (std::string line; std::getline(in, line);) Trace(CharacterSetConversions::FromNativePath(line));
+    }
   }
   std::error_code ignored;
   fs::remove_all(directory, ignored);

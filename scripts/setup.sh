@@ -36,6 +36,8 @@ ostrum_install_missing() {
 ostrum_configure() {
   local build_dir="$1"; shift
   export CCACHE_DIR="${CCACHE_DIR:-$HOME/.cache/ccache}"
+  # Paths below the checkout are hashed relative to it, so several checkouts share one cache.
+  export CCACHE_BASEDIR="${CCACHE_BASEDIR:-$OSTRUM_ROOT}"
   cmake -S "$OSTRUM_ROOT" -B "$build_dir" -G Ninja \
     -DCMAKE_BUILD_TYPE="${OSTRUM_BUILD_TYPE:-RelWithDebInfo}" \
     -DOSTRUM_WERROR="${OSTRUM_WERROR:-1}" \
@@ -45,5 +47,7 @@ ostrum_configure() {
 
 ostrum_build() {
   local build_dir="$1"; shift
+  export CCACHE_DIR="${CCACHE_DIR:-$HOME/.cache/ccache}"
+  export CCACHE_BASEDIR="${CCACHE_BASEDIR:-$OSTRUM_ROOT}"
   cmake --build "$build_dir" -j2 "$@"
 }

@@ -49,6 +49,8 @@ Transaction* AsTransaction(long long handle) { return reinterpret_cast<Transacti
 
 }  // namespace
 
+IMPLEMENT_DYNCREATE(MDocument, CDocument)
+
 MDocument::MDocument() {
   mgp_doc_instance = this;
   m_doc_loaded = false;

@@ -37,6 +37,8 @@ class MOperationState;
 using MDocumentBase = MFCA::CmdMessageTarget<CDocument, MFCA::CmdMessageHandlerChain>;
 
 class OSTRUM_API MDocument : public MDocumentBase {
+  DECLARE_DYNCREATE(MDocument)
+
  public:
   /// Result of _SaveDocument.
   enum EResultIO : int32_t {

@@ -6,9 +6,12 @@
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 
+#include <algorithm>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
+#include <memory>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -17,9 +20,17 @@
 #include "ostrum/deferred/DeferredTaskManager.h"
 #include "ostrum/document/IOldApplicationController.h"
 #include "ostrum/document/MDocument.h"
+#include "ostrum/document/MMainFrame.h"
+#include "ostrum/document/MView.h"
 #include "ostrum/foundation/core/SafeFileWriter.h"
+#include "ostrum/foundation/core/StringResources.h"
+#include "ostrum/foundation/platform/Accelerator.h"
+#include "ostrum/foundation/platform/AfxWndProc.h"
+#include "ostrum/foundation/platform/CommonControls.h"
 #include "ostrum/foundation/platform/MessageBox.h"
 #include "ostrum/foundation/platform/MessageLoop.h"
+#include "ostrum/foundation/platform/WindowPos.h"
+#include "ostrum/foundation/platform/WindowTree.h"
 #include "ostrum/foundation/render/IVRenderFactory.h"
 #include "ostrum/foundation/render/RecordingRender.h"
 #include "ostrum/notification/NotificationCenter.h"
@@ -48,6 +59,8 @@ class Part : public UIObject {
 // The host: its database made with the contents, its plan saved as one label per line after a
 // header, read back through add operations.
 class PlanDocument : public MDocument {
+  DECLARE_DYNCREATE(PlanDocument)
+
  public:
   PlanDocument() = default;
   ~PlanDocument() override {
@@ -115,6 +128,8 @@ class PlanDocument : public MDocument {
  private:
   MDataBase* m_database = nullptr;
 };
+
+IMPLEMENT_DYNCREATE(PlanDocument, MDocument)
 
 std::string Read(const fs::path& path) {
   std::ifstream in(path);
@@ -203,6 +218,113 @@ TEST_F(DocumentLife, NewEditSaveCloseOpenKeepsThePlanAndStartsEachTimeWithAnEmpt
   doc.Rename(implant_after_open(doc), L"implant D");
   EXPECT_EQ(Title(doc), L"plan*");
   EXPECT_TRUE(Ostrum::Desktop::TakeMessageBoxLog().empty());
+}
+
+TEST_F(DocumentLife, TheDocumentFrameAndViewAreMadeFromTheirRunTimeRecords) {
+  EXPECT_STREQ(RUNTIME_CLASS(MDocument)->m_lpszClassName, "MDocument");
+  EXPECT_STREQ(RUNTIME_CLASS(MMainFrame)->m_lpszClassName, "MMainFrame");
+  EXPECT_STREQ(RUNTIME_CLASS(MView)->m_lpszClassName, "MView");
+
+  std::unique_ptr<CObject> view(RUNTIME_CLASS(MView)->CreateObject());
+  ASSERT_NE(dynamic_cast<MView*>(view.get()), nullptr);
+  EXPECT_EQ(view->GetRuntimeClass(), RUNTIME_CLASS(MView));
+  EXPECT_TRUE(view->IsKindOf(RUNTIME_CLASS(CView)));
+  EXPECT_TRUE(view->IsKindOf(RUNTIME_CLASS(CWnd)));
+  EXPECT_TRUE(view->IsKindOf(RUNTIME_CLASS(CObject)));
+  EXPECT_FALSE(view->IsKindOf(RUNTIME_CLASS(CFrameWnd)));
+  EXPECT_FALSE(view->IsKindOf(RUNTIME_CLASS(CDocument)));
+
+  std::unique_ptr<CObject> frame(RUNTIME_CLASS(MMainFrame)->CreateObject());
+  ASSERT_NE(dynamic_cast<MMainFrame*>(frame.get()), nullptr);
+  EXPECT_TRUE(frame->IsKindOf(RUNTIME_CLASS(CFrameWnd)));
+  EXPECT_FALSE(frame->IsKindOf(RUNTIME_CLASS(CView)));
+  EXPECT_EQ(RUNTIME_CLASS(CFrameWnd)->CreateObject(), nullptr);  // a base without a maker
+
+  // The host's document, made the way a document template makes it, is the active one.
+  std::unique_ptr<CObject> made(RUNTIME_CLASS(PlanDocument)->CreateObject());
+  auto* doc = dynamic_cast<PlanDocument*>(made.get());
+  ASSERT_NE(doc, nullptr);
+  EXPECT_EQ(MDocument::GetActiveDocument(), doc);
+  EXPECT_STREQ(doc->GetRuntimeClass()->m_lpszClassName, "PlanDocument");
+  EXPECT_TRUE(doc->IsKindOf(RUNTIME_CLASS(MDocument)));
+  EXPECT_TRUE(doc->IsKindOf(RUNTIME_CLASS(CDocument)));
+  EXPECT_FALSE(doc->IsKindOf(RUNTIME_CLASS(CWnd)));
+  EXPECT_EQ(doc->OnNewDocument(), 1);
+}
+
+// The main frame answers its tool-tips from the string table (wide and narrow requests, tools
+// named by id or by their window) and brings the tip up; it merges accelerators into its own.
+TEST_F(DocumentLife, TheMainFrameAnswersToolTipsFromTheStringTableAndMergesAccelerators) {
+  WNDCLASSW wc{};
+  wc.lpfnWndProc = DefWindowProcW;
+  wc.lpszClassName = L"Ostrum.Test.MainFrame";
+  ASSERT_TRUE(AfxRegisterClass(&wc));
+  MMainFrame frame;
+  ASSERT_TRUE(frame.CreateEx(0, wc.lpszClassName, L"plan", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 0, 0, 400, 300, nullptr, 0));
+  const HWND tip = Frame({0, 0, 50, 20});
+  const HWND other = Frame({10, 10, 60, 30});
+  const HWND button = Child(frame.GetSafeHwnd(), {0, 0, 20, 20}, 0x9002);
+  VarnResSetString(0x9001, L"Measure the distance between two points\nMeasure");
+  VarnResSetString(0x9002, L"Move the implant\nMove \u00e4\u00f6");
+  VarnResSetString(0x9003, std::wstring(L"long\n") + std::wstring(100, L'x'));
+
+  const auto ask_wide = [&](UINT_PTR id, UINT flags) {
+    TOOLTIPTEXTW request{};
+    request.hdr = {tip, id, TTN_NEEDTEXTW};
+    request.uFlags = flags;
+    std::fill(std::begin(request.szText), std::end(request.szText), L'?');
+    SetWindowPos(other, HWND_TOP, 0, 0, 0, 0, SWP_NOMOVE | SWP_NOSIZE | SWP_NOACTIVATE);
+    SendMessageW(frame.GetSafeHwnd(), WM_NOTIFY, id, reinterpret_cast<LPARAM>(&request));
+    return request;
+  };
+  EXPECT_STREQ(ask_wide(0x9001, 0).szText, L"Measure");
+  EXPECT_EQ(GetTopWindow(nullptr), tip) << "the tip is brought up";
+  EXPECT_STREQ(ask_wide(0x9003, 0).szText, std::wstring(79, L'x').c_str()) << "at most 80 with the end";
+  EXPECT_STREQ(ask_wide(0, 0).szText, L"") << "no command, no tip";
+  EXPECT_STREQ(ask_wide(reinterpret_cast<UINT_PTR>(button), TTF_IDISHWND).szText, L"Move \u00e4\u00f6")
+      << "a tool named by its window: the text of its control id";
+  EXPECT_EQ(GetTopWindow(nullptr), tip);
+  const TOOLTIPTEXTW missing = ask_wide(0x9004, 0);
+  EXPECT_EQ(missing.szText[0], L'?') << "a missing string leaves the request alone";
+  EXPECT_EQ(GetTopWindow(nullptr), other) << "and does not bring the tip up";
+
+  TOOLTIPTEXTA narrow{};
+  narrow.hdr = {tip, 0x9002, TTN_NEEDTEXTA};
+  SendMessageW(frame.GetSafeHwnd(), WM_NOTIFY, 0x9002, reinterpret_cast<LPARAM>(&narrow));
+  EXPECT_STREQ(narrow.szText, "Move \xc3\xa4\xc3\xb6") << "the narrow form is UTF-8";
+  VarnResSetString(0x9005, L"wide\n" + std::wstring(40, L'\u00e4'));  // 80 bytes: one too many
+  narrow.hdr.idFrom = 0x9005;
+  EXPECT_EQ(SendMessageW(frame.GetSafeHwnd(), WM_NOTIFY, 0x9005, reinterpret_cast<LPARAM>(&narrow)), 0)
+      << "the result is 0";
+  std::string cut;
+  for (int i = 0; i < 39; ++i) cut += "\xc3\xa4";
+  EXPECT_EQ(std::string(narrow.szText), cut)
+      << "cut at whole characters";
+  for (UINT id : {0x9001u, 0x9002u, 0x9003u, 0x9005u}) VarnResRemoveString(id);
+
+  // Accelerators: the frame's first, then the added ones; the old table goes, the added stays.
+  const ACCEL own[] = {{FVIRTKEY | FCONTROL, 'Z', 100}, {FVIRTKEY | FCONTROL, 'Y', 101}};
+  const ACCEL added[] = {{FVIRTKEY, 0x2E, 200}};
+  HACCEL added_table = CreateAcceleratorTableW(added, 1);
+  frame.AppendAccelerators(added_table);
+  ASSERT_EQ(CopyAcceleratorTableW(frame.m_hAccelTable, nullptr, 0), 1) << "a frame without a table takes the added";
+  HACCEL first = frame.m_hAccelTable;
+  DestroyAcceleratorTable(first);
+  frame.m_hAccelTable = CreateAcceleratorTableW(own, 2);
+  HACCEL old = frame.m_hAccelTable;
+  frame.AppendAccelerators(added_table);
+  ACCEL merged[4]{};
+  ASSERT_EQ(CopyAcceleratorTableW(frame.m_hAccelTable, nullptr, 0), 3);
+  ASSERT_EQ(CopyAcceleratorTableW(frame.m_hAccelTable, merged, 4), 3);
+  EXPECT_EQ((std::vector<WORD>{merged[0].cmd, merged[1].cmd, merged[2].cmd}), (std::vector<WORD>{100, 101, 200}));
+  EXPECT_EQ(merged[0].key, 'Z');
+  EXPECT_EQ(merged[0].fVirt, FVIRTKEY | FCONTROL);
+  EXPECT_EQ(CopyAcceleratorTableW(old, nullptr, 0), 0) << "the frame's old table is destroyed";
+  EXPECT_EQ(CopyAcceleratorTableW(added_table, nullptr, 0), 1) << "the added table stays the caller's";
+  EXPECT_TRUE(DestroyAcceleratorTable(added_table));
+  EXPECT_FALSE(DestroyAcceleratorTable(added_table));
+  EXPECT_TRUE(DestroyAcceleratorTable(frame.m_hAccelTable));
+  frame.DestroyWindow();
 }
 
 TEST_F(DocumentLife, AMissingFileIsToldAndChangesNothingARejectedOneLeavesFreshContents) {

@@ -2,6 +2,8 @@
 
 #include "ostrum/foundation/platform/Cursor.h"
 
+IMPLEMENT_DYNAMIC(CCmdTarget, CObject)
+
 CCmdTarget::~CCmdTarget() = default;
 
 const ::Ostrum::Desktop::MessageMap* CCmdTarget::GetThisMessageMap() {
@@ -13,7 +15,7 @@ const ::Ostrum::Desktop::MessageMap* CCmdTarget::GetThisMessageMap() {
 const ::Ostrum::Desktop::MessageMap* CCmdTarget::GetMessageMap() const { return GetThisMessageMap(); }
 
 const ::Ostrum::Desktop::MessageMapEntry* CCmdTarget::FindMessageEntry(UINT message, UINT code, UINT id) const {
-  const bool command = message == WM_COMMAND;
+  const bool command = message == WM_COMMAND || message == WM_NOTIFY;
   for (const ::Ostrum::Desktop::MessageMap* map = GetMessageMap(); map; map = map->base ? map->base() : nullptr) {
     for (const ::Ostrum::Desktop::MessageMapEntry* entry = map->entries; entry->thunk; ++entry) {
       if (entry->message != message) continue;

@@ -14,6 +14,7 @@ struct AFX_CMDHANDLERINFO {
 };
 
 class OSTRUM_API CCmdTarget : public CObject {
+  DECLARE_DYNAMIC(CCmdTarget)
  public:
   ~CCmdTarget() override;
 

@@ -5,6 +5,8 @@
 
 #include "ostrum/foundation/platform/CView.h"
 
+IMPLEMENT_DYNAMIC(CDocument, CCmdTarget)
+
 CDocument::~CDocument() {
   for (CView* view : m_views) view->m_document = nullptr;
 }

@@ -11,6 +11,7 @@
 class CView;
 
 class OSTRUM_API CDocument : public CCmdTarget {
+  DECLARE_DYNAMIC(CDocument)
  public:
   CDocument() = default;
   CDocument(const CDocument&) = delete;

@@ -1,3 +1,50 @@
 #include "ostrum/foundation/platform/CFrameWnd.h"
 
+#include <algorithm>
+#include <iterator>
+#include <string>
+
+#include "ostrum/foundation/platform/CommonControls.h"
+#include "ostrum/foundation/platform/TextCalls.h"
+#include "ostrum/foundation/platform/Window.h"
+#include "ostrum/foundation/platform/WindowPos.h"
+
+IMPLEMENT_DYNAMIC(CFrameWnd, CWnd)
+
 CFrameWnd::~CFrameWnd() = default;
+
+void CFrameWnd::GetMessageString(UINT, CString& message) const { message = CString(); }
+
+void CFrameWnd::CopyToolTipText(NMHDR& header, const std::wstring& tip) {
+  if (header.code == TTN_NEEDTEXTW) {
+    lstrcpynW(reinterpret_cast<TOOLTIPTEXTW&>(header).szText, tip.c_str(), 80);
+    return;
+  }
+  char (&text)[80] = reinterpret_cast<TOOLTIPTEXTA&>(header).szText;
+  // Whole characters into the first 79 bytes of a zeroed buffer: cut short or not, it ends.
+  std::fill(std::begin(text), std::end(text), '\0');
+  if (!tip.empty())
+    ::WideCharToMultiByte(CP_THREAD_ACP, 0, tip.c_str(), static_cast<int>(tip.size()), text, 79, nullptr, nullptr);
+}
+
+BOOL CFrameWnd::OnToolTipText(UINT, NMHDR* header, LRESULT* result) {
+  if (!header) return FALSE;
+  const bool wide = header->code == TTN_NEEDTEXTW;
+  auto* wide_request = reinterpret_cast<TOOLTIPTEXTW*>(header);
+  auto* narrow_request = reinterpret_cast<TOOLTIPTEXTA*>(header);
+  const UINT flags = wide ? wide_request->uFlags : narrow_request->uFlags;
+  UINT_PTR id = header->idFrom;
+  if (flags & TTF_IDISHWND) id = static_cast<UINT_PTR>(::GetDlgCtrlID(reinterpret_cast<HWND>(id)));
+  std::wstring tip;
+  if (id != 0) {
+    CString message;
+    GetMessageString(static_cast<UINT>(id), message);
+    const std::wstring& full = message.Str();
+    const size_t feed = full.find(L'\n');
+    if (feed != std::wstring::npos) tip = full.substr(feed + 1);
+  }
+  CopyToolTipText(*header, tip);
+  if (result) *result = 0;
+  ::SetWindowPos(header->hwndFrom, HWND_TOP, 0, 0, 0, 0, SWP_NOACTIVATE | SWP_NOSIZE | SWP_NOMOVE | SWP_NOOWNERZORDER);
+  return TRUE;
+}

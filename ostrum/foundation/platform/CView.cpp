@@ -2,6 +2,8 @@
 
 #include "ostrum/foundation/platform/CDocument.h"
 
+IMPLEMENT_DYNAMIC(CView, CWnd)
+
 CView::~CView() {
   if (m_document) m_document->RemoveView(this);
 }

@@ -7,6 +7,7 @@
 class CDocument;
 
 class OSTRUM_API CView : public CWnd {
+  DECLARE_DYNAMIC(CView)
  public:
   ~CView() override;
 

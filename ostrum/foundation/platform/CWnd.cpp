@@ -21,6 +21,8 @@
 #include "ostrum/foundation/platform/private/StaticThreadLocal.h"
 #include "ostrum/foundation/platform/private/WindowTable.h"
 
+IMPLEMENT_DYNAMIC(CWnd, CCmdTarget)
+
 using Ostrum::Desktop::Private::CWndLink;
 using Ostrum::Desktop::Private::WindowTable;
 

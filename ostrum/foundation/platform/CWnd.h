@@ -28,6 +28,7 @@ constexpr DWORD MLF_SHOWONIDLE = 0x0004;
 /// links to a parent object, which is how the framework's document and view objects are joined
 /// before any window exists.
 class OSTRUM_API CWnd : public CCmdTarget {
+  DECLARE_DYNAMIC(CWnd)
   DECLARE_MESSAGE_MAP()
 
  public:

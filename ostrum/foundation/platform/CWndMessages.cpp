@@ -5,6 +5,7 @@
 
 #include "ostrum/foundation/platform/AfxWndProc.h"
 #include "ostrum/foundation/platform/CWnd.h"
+#include "ostrum/foundation/platform/CommonControls.h"
 #include "ostrum/foundation/platform/ModalLoop.h"
 #include "ostrum/foundation/platform/WindowTree.h"
 #include "ostrum/foundation/platform/private/CWndLink.h"
@@ -89,7 +90,22 @@ BOOL CWnd::OnCommand(WPARAM wParam, LPARAM lParam) {
   return OnCmdMsg(id, code, nullptr, nullptr);
 }
 
-BOOL CWnd::OnNotify(WPARAM, LPARAM, LRESULT*) { return FALSE; }
+BOOL CWnd::OnNotify(WPARAM, LPARAM lParam, LRESULT* result) {
+  auto* header = reinterpret_cast<NMHDR*>(lParam);
+  if (!header) return FALSE;
+  const UINT code = LOWORD(header->code);
+  // Entries name the control that sends (a tool-tip, say) by its own id, not the tool it asks about.
+  const UINT id = static_cast<UINT>(::GetDlgCtrlID(header->hwndFrom));
+  LRESULT ignored = 0;
+  ::Ostrum::Desktop::Crackers::NotifyArguments args{header, result ? result : &ignored};
+  // Entries of the class and its bases in turn, until one handles it.
+  for (const ::Ostrum::Desktop::MessageMap* map = GetMessageMap(); map; map = map->base ? map->base() : nullptr)
+    for (const ::Ostrum::Desktop::MessageMapEntry* entry = map->entries; entry->thunk; ++entry)
+      if (entry->message == WM_NOTIFY && entry->code == code && id >= entry->first_id && id <= entry->last_id &&
+          entry->thunk(*this, id, reinterpret_cast<LPARAM>(&args)))
+        return TRUE;
+  return FALSE;
+}
 
 BOOL CWnd::PreTranslateMessage(MSG*) { return FALSE; }
 

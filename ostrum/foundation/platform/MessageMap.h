@@ -24,6 +24,7 @@
 class CCmdTarget;
 class CWnd;
 struct CREATESTRUCTW;
+struct NMHDR;
 
 namespace Ostrum::Desktop {
 
@@ -32,9 +33,10 @@ namespace Ostrum::Desktop {
 using MessageThunk = LRESULT (*)(CCmdTarget& target, WPARAM wParam, LPARAM lParam);
 
 struct MessageMapEntry {
-  UINT message;    ///< the window message; WM_COMMAND for command entries
-  UINT code;       ///< a command entry's notification code (CN_COMMAND for menus and accelerators)
-  UINT first_id;   ///< a command entry's ids, first to last
+  UINT message;    ///< the window message; WM_COMMAND or WM_NOTIFY for command and notify entries
+  UINT code;       ///< their notification code (CN_COMMAND for menus and accelerators; the low
+                   ///< word of a WM_NOTIFY's code)
+  UINT first_id;   ///< their ids, first to last
   UINT last_id;
   MessageThunk thunk;  ///< null ends the table
 };
@@ -238,6 +240,21 @@ struct CommandRange {
   }
 };
 
+/// The arguments of a notify entry's handler, behind its thunk's lParam.
+struct NotifyArguments {
+  ::NMHDR* header;
+  LRESULT* result;
+};
+/// BOOL (UINT id, NMHDR*, LRESULT*): ON_NOTIFY_EX_RANGE, answering whether it handled the
+/// notification (false lets the search go on).
+struct NotifyEx {
+  template <class C>
+  static LRESULT Call(CCmdTarget& t, BOOL (C::*h)(UINT, ::NMHDR*, LRESULT*), WPARAM w, LPARAM l) {
+    const auto* args = reinterpret_cast<const NotifyArguments*>(l);
+    return (static_cast<C&>(t).*h)(static_cast<UINT>(w), args->header, args->result);
+  }
+};
+
 }  // namespace Crackers
 
 }  // namespace Ostrum::Desktop
@@ -309,6 +326,11 @@ constexpr UINT CN_COMMAND = 0;
 /// Any message, to a handler LRESULT (WPARAM, LPARAM).
 #define ON_MESSAGE(message, handler) OSTRUM_MAP_ENTRY(message, Raw, handler)
 /// A command (menu, accelerator, control with code 0) to a handler void ().
+/// A WM_NOTIFY with the code `code` from the controls `first` to `last`.
+#define ON_NOTIFY_EX_RANGE(code, first, last, handler)                                         \
+  {WM_NOTIFY, static_cast<UINT>(LOWORD(code)), static_cast<UINT>(first), static_cast<UINT>(last), \
+   &::Ostrum::Desktop::Thunk<::Ostrum::Desktop::Crackers::NotifyEx, &ThisClass::handler>},
+
 #define ON_COMMAND(id, handler)                                                             \
   {WM_COMMAND, CN_COMMAND, static_cast<UINT>(id), static_cast<UINT>(id),                    \
    &::Ostrum::Desktop::Thunk<::Ostrum::Desktop::Crackers::Command, &ThisClass::handler>},

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <optional>
 
+#include "ostrum/foundation/platform/Activation.h"
 #include "ostrum/foundation/platform/Focus.h"
 #include "ostrum/foundation/platform/LastError.h"
 #include "ostrum/foundation/platform/WinMessages.h"
@@ -57,6 +58,67 @@ BOOL MoveWindow(HWND hwnd, int x, int y, int width, int height, BOOL repaint) {
   if (!FindOwnWindowOrFail(hwnd)) return FALSE;
   return Ostrum::Desktop::Private::PlaceWindow(hwnd, RECT{x, y, x + width, y + height}, repaint != FALSE) ? TRUE
                                                                                                         : FALSE;
+}
+
+BOOL SetWindowPos(HWND hwnd, HWND insert_after, int x, int y, int width, int height, UINT flags) {
+  if (!FindOwnWindowOrFail(hwnd)) return FALSE;
+  struct Before {
+    RECT window;
+    bool top_level;
+    bool moved_in_order;
+    bool valid_after;
+  };
+  const Before before = WindowTable::Get().Locked([&](WindowStore& store) {
+    WindowRecord* record = store.Find(hwnd);
+    Before state{record->window, record->parent == nullptr, false, true};
+    if ((flags & SWP_NOZORDER) || record->message_only) return state;
+    std::vector<HWND>& siblings = store.SiblingsOf(*record);
+    const std::vector<HWND> old_order = siblings;
+    if (insert_after == HWND_TOP) {
+      store.Raise(hwnd);
+    } else if (insert_after == HWND_BOTTOM) {
+      auto it = std::find(siblings.begin(), siblings.end(), hwnd);
+      if (it != siblings.end()) std::rotate(it, it + 1, siblings.end());
+    } else if (insert_after != hwnd) {
+      auto anchor = std::find(siblings.begin(), siblings.end(), insert_after);
+      if (anchor == siblings.end()) {
+        state.valid_after = false;
+        return state;
+      }
+      siblings.erase(std::find(siblings.begin(), siblings.end(), hwnd));
+      anchor = std::find(siblings.begin(), siblings.end(), insert_after);
+      siblings.insert(anchor + 1, hwnd);
+    }
+    state.moved_in_order = siblings != old_order;
+    return state;
+  });
+  if (!before.valid_after) {
+    SetLastError(ERROR_INVALID_PARAMETER);
+    return FALSE;
+  }
+  if (before.moved_in_order) {
+    NotifyWindowChanged(hwnd, WindowChange::ZOrder);
+    if (!(flags & SWP_NOREDRAW))
+      Ostrum::Desktop::Private::InvalidateWindow(hwnd, nullptr, Ostrum::Desktop::Private::kInvalidateErase | Ostrum::Desktop::Private::kInvalidateFrame | Ostrum::Desktop::Private::kInvalidateChildren);
+  }
+  if ((flags & (SWP_NOMOVE | SWP_NOSIZE)) != (SWP_NOMOVE | SWP_NOSIZE)) {
+    RECT rect = before.window;
+    if (!(flags & SWP_NOMOVE)) {
+      rect.right = x + (rect.right - rect.left);
+      rect.bottom = y + (rect.bottom - rect.top);
+      rect.left = x;
+      rect.top = y;
+    }
+    if (!(flags & SWP_NOSIZE)) {
+      rect.right = rect.left + width;
+      rect.bottom = rect.top + height;
+    }
+    Ostrum::Desktop::Private::PlaceWindow(hwnd, rect, !(flags & SWP_NOREDRAW));
+  }
+  if (flags & SWP_SHOWWINDOW) ShowWindow(hwnd, SW_SHOWNA);
+  if (flags & SWP_HIDEWINDOW) ShowWindow(hwnd, SW_HIDE);
+  if (!(flags & SWP_NOACTIVATE) && before.top_level && IsWindow(hwnd)) SetActiveWindow(hwnd);
+  return TRUE;
 }
 
 BOOL ShowWindow(HWND hwnd, int command) {

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <vector>
+
 #include "support/DesktopFixture.h"
 #include "ostrum/foundation/platform/LastError.h"
 #include "ostrum/foundation/platform/WindowPos.h"
@@ -182,6 +184,30 @@ TEST_F(WindowTree, SiblingsAreInZOrderAndCoordinatesMapThroughTheTree) {
   EXPECT_EQ(GetWindow(a, GW_CHILD), g);
   EXPECT_EQ(ClientOrigin(g), (POINT{108 + 10 + 5, 131 + 10 + 5}));
   EXPECT_EQ(SetParent(a, g), nullptr) << "a window cannot go inside its own child";
+
+  // SetWindowPos reorders siblings (top, bottom, below another) and moves without sizing.
+  const HWND c = Child(frame, {0, 0, 20, 20});  // order now: c, b, a
+  const auto order = [&] {
+    std::vector<HWND> out;
+    for (HWND w = GetWindow(frame, GW_CHILD); w; w = GetWindow(w, GW_HWNDNEXT)) out.push_back(w);
+    return out;
+  };
+  ASSERT_EQ(order(), (std::vector<HWND>{c, b, a}));
+  EXPECT_TRUE(SetWindowPos(a, HWND_TOP, 0, 0, 0, 0, SWP_NOMOVE | SWP_NOSIZE | SWP_NOACTIVATE));
+  EXPECT_EQ(order(), (std::vector<HWND>{a, c, b}));
+  EXPECT_TRUE(SetWindowPos(a, HWND_BOTTOM, 0, 0, 0, 0, SWP_NOMOVE | SWP_NOSIZE));
+  EXPECT_EQ(order(), (std::vector<HWND>{c, b, a}));
+  EXPECT_TRUE(SetWindowPos(c, b, 0, 0, 0, 0, SWP_NOMOVE | SWP_NOSIZE));
+  EXPECT_EQ(order(), (std::vector<HWND>{b, c, a}));
+  EXPECT_FALSE(SetWindowPos(c, g, 0, 0, 0, 0, SWP_NOMOVE | SWP_NOSIZE)) << "g is no sibling of c";
+  EXPECT_EQ(GetLastError(), ERROR_INVALID_PARAMETER);
+  EXPECT_EQ(order(), (std::vector<HWND>{b, c, a}));
+  EXPECT_TRUE(SetWindowPos(c, HWND_TOP, 30, 40, 0, 0, SWP_NOSIZE | SWP_NOZORDER));
+  EXPECT_EQ(order(), (std::vector<HWND>{b, c, a}));
+  const RECT placed = ScreenRect(c);
+  const POINT inside = ClientOrigin(frame);
+  EXPECT_EQ((POINT{placed.left - inside.x, placed.top - inside.y}), (POINT{30, 40}));
+  EXPECT_EQ(placed.right - placed.left, 20) << "SWP_NOSIZE keeps the size";
 }
 
 TEST_F(WindowTree, OwnedWindowsAreTopLevelAndGoBeforeTheirOwner) {

@@ -10,6 +10,7 @@ OSTRUM_PACKAGES=(
   libeigen3-dev libboost-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   libxml2-dev libpng-dev
+  libembree-dev
   qt6-base-dev
 )
 

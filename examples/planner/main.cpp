@@ -19,6 +19,7 @@
 #include "PlannerTrace.h"
 #include "TreeScenario.h"
 #include "UndoScenario.h"
+#include "WizardScenario.h"
 #include "ostrum/document/MApplicationController.h"
 #include "ostrum/document/MLocker.h"
 #include "ostrum/undo/Manager.h"
@@ -149,6 +150,7 @@ int main(int argc, char** argv) {
   planner::RunDocumentUndoScenario();
   planner::RunDatabaseScenario();
   planner::RunLifecycleScenario();
+  planner::RunWizardScenario();
 
   planner::RunUndoScenario();
 

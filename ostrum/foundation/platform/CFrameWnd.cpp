@@ -4,14 +4,13 @@
 #include <iterator>
 #include <string>
 
+#include "ostrum/foundation/platform/CControlBar.h"
 #include "ostrum/foundation/platform/CommonControls.h"
 #include "ostrum/foundation/platform/TextCalls.h"
 #include "ostrum/foundation/platform/Window.h"
 #include "ostrum/foundation/platform/WindowPos.h"
 
 IMPLEMENT_DYNAMIC(CFrameWnd, CWnd)
-
-CFrameWnd::~CFrameWnd() = default;
 
 void CFrameWnd::GetMessageString(UINT, CString& message) const { message = CString(); }
 
@@ -47,4 +46,13 @@ BOOL CFrameWnd::OnToolTipText(UINT, NMHDR* header, LRESULT* result) {
   if (result) *result = 0;
   ::SetWindowPos(header->hwndFrom, HWND_TOP, 0, 0, 0, 0, SWP_NOACTIVATE | SWP_NOSIZE | SWP_NOMOVE | SWP_NOOWNERZORDER);
   return TRUE;
+}
+
+// Bars outlive their frame as objects: they must not point at it afterwards.
+CFrameWnd::~CFrameWnd() {
+  for (CControlBar* bar : m_bars) {
+    if (bar->m_pDockSite != this) continue;
+    bar->m_pDockSite = nullptr;
+    bar->m_nDockBarID = 0;
+  }
 }

@@ -1,6 +1,9 @@
 #pragma once
-// CFrameWnd: a main or child frame window, which knows its active view, keeps the accelerator
-// table of its commands and answers its tool-tips' requests for text.
+// CFrameWnd: a main or child frame window, which knows its active view, lays out the control
+// bars docked on its edges, keeps the accelerator table of its commands and answers its
+// tool-tips' requests for text.
+
+#include <vector>
 
 #include "ostrum/Export.h"
 #include "ostrum/foundation/platform/Accelerator.h"
@@ -9,6 +12,7 @@
 
 class CView;
 struct NMHDR;
+class CControlBar;
 
 class OSTRUM_API CFrameWnd : public CWnd {
   DECLARE_DYNAMIC(CFrameWnd)
@@ -26,6 +30,23 @@ class OSTRUM_API CFrameWnd : public CWnd {
   /// The frame's accelerator table (null: none). The frame does not destroy it.
   HACCEL m_hAccelTable = nullptr;
 
+  // --- docking (CFrameWndDocking.cpp) ---
+  /// Lets bars dock on the edges of `dock_style` (CBRS_ALIGN_*).
+  void EnableDocking(DWORD dock_style) { m_dock_style = dock_style; }
+  /// Docks `bar` on the edge of the dock bar `dock_bar_id` (AFX_IDW_DOCKBAR_*; 0 picks the
+  /// first edge the bar allows): the bar's window becomes a child of this frame and the frame
+  /// lays out again. `rect` is not used (docking is fixed). Not owned.
+  void DockControlBar(CControlBar* bar, UINT dock_bar_id = 0, const RECT* rect = nullptr);
+  /// Shows or hides `bar` and lays out again; `delay` is not used (the layout is immediate).
+  void ShowControlBar(CControlBar* bar, BOOL show, BOOL delay);
+  /// Forgets `bar` as a docked bar of this frame and lays out again; the bar's window stays.
+  void RemoveControlBar(CControlBar* bar);
+  /// The bars docked in this frame, in docking order.
+  const std::vector<CControlBar*>& GetControlBars() const { return m_bars; }
+  /// Puts the visible docked bars on their edges, the first docked outermost, and gives the
+  /// rest of the client area to the pane AFX_IDW_PANE_FIRST if there is one.
+  virtual void RecalcLayout(BOOL notify = TRUE);
+
  protected:
   /// A tool-tip's request for text (TTN_NEEDTEXTW or TTN_NEEDTEXTA): the tip of the tool's
   /// command (its control id when the tool is named by its window), the part of its message
@@ -38,4 +59,6 @@ class OSTRUM_API CFrameWnd : public CWnd {
 
  private:
   CView* m_active_view = nullptr;
+  std::vector<CControlBar*> m_bars;
+  DWORD m_dock_style = 0;
 };

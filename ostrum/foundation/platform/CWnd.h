@@ -27,6 +27,8 @@ constexpr DWORD MLF_SHOWONIDLE = 0x0004;
 /// handler takes to DefWindowProc (the class's procedure). An object without a window still
 /// links to a parent object, which is how the framework's document and view objects are joined
 /// before any window exists.
+class CDataExchange;
+
 class OSTRUM_API CWnd : public CCmdTarget {
   DECLARE_DYNAMIC(CWnd)
   DECLARE_MESSAGE_MAP()
@@ -110,6 +112,14 @@ class OSTRUM_API CWnd : public CCmdTarget {
   /// Ends this window's innermost modal loop with `result`.
   virtual void EndModalLoop(int result);
 
+  // --- dialog data ---
+  /// Moves data between the window's controls and the object's members through
+  /// DoDataExchange: `save` TRUE reads the controls, FALSE fills them. FALSE if an exchange
+  /// failed validation (members exchanged before it keep their new values).
+  BOOL UpdateData(BOOL save = TRUE);
+  /// The child window with control id `id`, as an object; null if there is none.
+  CWnd* GetDlgItem(int id) const;
+
   // --- the window: each is the model's call of the same name (Window.h, WindowTree.h,
   // WindowPos.h, Paint.h, Timer.h) on this object's window, with its contract; windows come
   // back as objects (FromHandle), null for none ---
@@ -151,6 +161,10 @@ class OSTRUM_API CWnd : public CCmdTarget {
   HWND m_hWnd = nullptr;
 
  protected:
+  /// The object's exchange of data with its controls (DDX_ calls); the default exchanges
+  /// nothing.
+  virtual void DoDataExchange(CDataExchange* dx);
+
   // Default handlers of the message map's entries: each passes its message on with Default().
   // A derived class names them in its map and may hide them with its own.
   int OnCreate(CREATESTRUCTW* cs);

@@ -2,6 +2,8 @@
 // Comparisons timed round by round: every case runs once untimed, then in each round every case
 // runs once, in an order that alternates from round to round, so that what the shared machine
 // does meanwhile falls on all cases alike. Each case's median is kept and the ratios printed.
+// A case may have an untimed step after each run, which puts back what the run changed (so that
+// every run meets the same state).
 
 #include <benchmark/benchmark.h>
 
@@ -17,6 +19,7 @@ namespace ostrum_bench {
 struct TimedCase {
   std::string name;
   std::function<void()> body;
+  std::function<void()> after = {};  ///< untimed, after every run of `body`; may be empty
   double median_seconds = 0;
   double low_seconds = 0;   ///< first quartile of the rounds
   double high_seconds = 0;  ///< third quartile of the rounds
@@ -24,7 +27,10 @@ struct TimedCase {
 
 /// Runs the cases as told above and fills in their medians.
 inline void RunInterleaved(std::vector<TimedCase>& cases, int rounds) {
-  for (TimedCase& c : cases) c.body();  // warm-up
+  for (TimedCase& c : cases) {  // warm-up
+    c.body();
+    if (c.after) c.after();
+  }
   std::vector<std::vector<double>> times(cases.size());
   for (int round = 0; round < rounds; ++round) {
     for (size_t k = 0; k < cases.size(); ++k) {
@@ -32,6 +38,7 @@ inline void RunInterleaved(std::vector<TimedCase>& cases, int rounds) {
       const auto start = std::chrono::steady_clock::now();
       cases[i].body();
       times[i].push_back(std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count());
+      if (cases[i].after) cases[i].after();
     }
   }
   for (size_t i = 0; i < cases.size(); ++i) {

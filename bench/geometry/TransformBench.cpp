@@ -12,6 +12,7 @@
 #include <random>
 #include <vector>
 
+#include "common/Interleaved.h"
 #include "common/RatioReport.h"
 #include "ostrum/foundation/geometry/Concat.h"
 #include "ostrum/foundation/geometry/MMTransformMatrix.h"
@@ -130,7 +131,44 @@ BENCHMARK(BM_InvertGeneralEigen);
 
 }  // namespace
 
+// The same comparisons timed round by round, interleaved, 10,000 repetitions a run.
+void RunInterleavedComparisons() {
+  constexpr int kRepeat = 10000;
+  Chains const& d = Data();
+  auto compose = [](std::vector<MMTransformMatrix> const& chain, bool invert) {
+    for (int i = 0; i < kRepeat; ++i) {
+      MMTransformMatrix r;
+      for (MMTransformMatrix const& m : chain) r.PreMultiply(m);
+      if (invert) r.Invert();
+      benchmark::DoNotOptimize(r);
+    }
+  };
+  auto compose_raw = [](std::vector<Eigen::Matrix4d> const& chain, bool invert) {
+    for (int i = 0; i < kRepeat; ++i) {
+      Eigen::Matrix4d r = Eigen::Matrix4d::Identity();
+      for (Eigen::Matrix4d const& m : chain) r = m * r;
+      if (invert) r = r.inverse().eval();
+      benchmark::DoNotOptimize(r);
+    }
+  };
+  std::vector<ostrum_bench::TimedCase> cases = {
+      {"compose and invert, general", [&] { compose(d.general, true); }},
+      {"the same with Eigen", [&] { compose_raw(d.general_raw, true); }},
+      {"compose and invert, rigid", [&] { compose(d.rigid, true); }},
+      {"the same with Eigen, rigid", [&] { compose_raw(d.rigid_raw, true); }},
+      {"compose 8 general", [&] { compose(d.general, false); }},
+      {"the same with Eigen, general", [&] { compose_raw(d.general_raw, false); }},
+  };
+  ostrum_bench::RunInterleaved(cases, 51);
+  std::printf("\nInterleaved, 51 rounds:\n");
+  ostrum_bench::PrintMedians(cases, kRepeat);
+  ostrum_bench::PrintRatio("compose and invert, general (interleaved)", cases[0], cases[1]);
+  ostrum_bench::PrintRatio("compose and invert, rigid (interleaved)", cases[2], cases[3]);
+  ostrum_bench::PrintRatio("compose 8 general (interleaved)", cases[4], cases[5]);
+}
+
 int main(int argc, char** argv) {
+  RunInterleavedComparisons();
   return ostrum_bench::RunWithRatios(
       argc, argv,
       {

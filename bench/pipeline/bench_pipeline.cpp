@@ -50,7 +50,6 @@ struct Scene {
 MOperation* MakeOperation(Scene& scene) {
   auto* op = new MOperation(MOperation::ACTION_RUN_ONCE);
   op->SetFlags(kFlags);
-  op->GetObjectList().reserve(scene.objects.size());
   for (BenchObject& object : scene.objects) op->AddObject(&object);
   return op;
 }

@@ -1,18 +1,20 @@
-// Registering, undoing and redoing 1,000,000 trivial actions, in groups of one and of ten,
+// Registering, undoing and redoing 100,000 trivial actions, in groups of one and of ten,
 // against Qt's QUndoStack doing push, undo and redo of equivalent trivial commands (plain
 // pushes, and macros of ten). Both sides allocate one object per action and own it from then
 // on. An undone action registers itself again, as a host's action does, so that it moves to the
 // redo history; a Qt command stays in its list and only moves the index.
 //
-// Also: CanUndo with 1 and with 100,000 groups on the stack, and registrations onto a history
-// of 100,000 groups against an empty one, both of which must not depend on the depth.
-
-#include <benchmark/benchmark.h>
+// Also: registrations onto a history of 100,000 groups against an empty one, which must not
+// depend on the depth. Every comparison is timed round by round, interleaved, after an untimed
+// warm-up; the history is built and disposed of untimed between the rounds.
 
 #include <QUndoStack>
+#include <cstdio>
 #include <memory>
+#include <string>
+#include <vector>
 
-#include "common/RatioReport.h"
+#include "common/Interleaved.h"
 #include "ostrum/deferred/DeferredTaskManager.h"
 #include "ostrum/foundation/platform/MessageLoop.h"
 #include "ostrum/undo/Manager.h"
@@ -22,7 +24,7 @@ namespace {
 using Ostrum::Undo::Manager;
 using Ostrum::Undo::Transaction;
 
-constexpr int kActions = 1000000;
+constexpr int kActions = 100000;
 
 long g_performed = 0;
 
@@ -76,116 +78,91 @@ void Dispose(Manager& manager) {
   Ostrum::Desktop::RunUntilIdle();
 }
 
-enum Phase { REGISTER, UNDO, REDO };
+using ostrum_bench::TimedCase;
 
-template <Phase phase>
-void BM_Ostrum(benchmark::State& state) {
+// The cases of one group size: register onto an empty history; undo a full one; redo a fully
+// undone one. Each untimed step after a run makes the state the next run starts from.
+struct Histories {
+  explicit Histories(int group) : group(group) {}
+  int group;
   Session session;
   Manager manager;
-  const int group = static_cast<int>(state.range(0));
-  for (auto _ : state) {
-    if (phase != REGISTER) {
-      state.PauseTiming();
-      Register(manager, kActions, group);
-      if (phase == REDO)
-        while (manager.CanUndo()) manager.Undo();
-      state.ResumeTiming();
-    }
-    if (phase == REGISTER) Register(manager, kActions, group);
-    if (phase == UNDO)
-      while (manager.CanUndo()) manager.Undo();
-    if (phase == REDO)
-      while (manager.CanRedo()) manager.Redo();
-    state.PauseTiming();
-    Dispose(manager);
-    state.ResumeTiming();
-  }
-  state.SetItemsProcessed(state.iterations() * kActions);
-}
-
-template <Phase phase>
-void BM_Qt(benchmark::State& state) {
   QUndoStack stack;
-  const int group = static_cast<int>(state.range(0));
-  for (auto _ : state) {
-    if (phase != REGISTER) {
-      state.PauseTiming();
-      Push(stack, kActions, group);
-      if (phase == REDO)
-        while (stack.canUndo()) stack.undo();
-      state.ResumeTiming();
-    }
-    if (phase == REGISTER) Push(stack, kActions, group);
-    if (phase == UNDO)
-      while (stack.canUndo()) stack.undo();
-    if (phase == REDO)
-      while (stack.canRedo()) stack.redo();
-    state.PauseTiming();
-    stack.clear();
-    state.ResumeTiming();
+};
+
+void AddCases(std::vector<TimedCase>& cases, Histories& h) {
+  const std::string g = " (groups of " + std::to_string(h.group) + ")";
+  cases.push_back({"Ostrum register" + g, [&h] { Register(h.manager, kActions, h.group); }, [&h] { Dispose(h.manager); }});
+  cases.push_back({"QUndoStack push" + g, [&h] { Push(h.stack, kActions, h.group); }, [&h] { h.stack.clear(); }});
+}
+
+void AddUndoCases(std::vector<TimedCase>& cases, Histories& h, bool undo) {
+  const std::string g = " (groups of " + std::to_string(h.group) + ")";
+  // The history the first run meets.
+  Register(h.manager, kActions, h.group);
+  Push(h.stack, kActions, h.group);
+  if (!undo) {
+    while (h.manager.CanUndo()) h.manager.Undo();
+    while (h.stack.canUndo()) h.stack.undo();
   }
-  state.SetItemsProcessed(state.iterations() * kActions);
-}
-
-// 100,000 more steps of one action onto a history of `range(0)` steps.
-void BM_OstrumRegisterOnHistory(benchmark::State& state) {
-  Session session;
-  Manager manager;
-  for (auto _ : state) {
-    state.PauseTiming();
-    Register(manager, static_cast<int>(state.range(0)), 1);
-    state.ResumeTiming();
-    Register(manager, 100000, 1);
-    state.PauseTiming();
-    Dispose(manager);
-    state.ResumeTiming();
+  auto remake_ostrum = [&h, undo] {
+    Dispose(h.manager);
+    Register(h.manager, kActions, h.group);
+    if (!undo)
+      while (h.manager.CanUndo()) h.manager.Undo();
+  };
+  auto remake_qt = [&h, undo] {
+    h.stack.clear();
+    Push(h.stack, kActions, h.group);
+    if (!undo)
+      while (h.stack.canUndo()) h.stack.undo();
+  };
+  if (undo) {
+    cases.push_back({"Ostrum undo" + g, [&h] { while (h.manager.CanUndo()) h.manager.Undo(); }, remake_ostrum});
+    cases.push_back({"QUndoStack undo" + g, [&h] { while (h.stack.canUndo()) h.stack.undo(); }, remake_qt});
+  } else {
+    cases.push_back({"Ostrum redo" + g, [&h] { while (h.manager.CanRedo()) h.manager.Redo(); }, remake_ostrum});
+    cases.push_back({"QUndoStack redo" + g, [&h] { while (h.stack.canRedo()) h.stack.redo(); }, remake_qt});
   }
 }
-
-void BM_OstrumCanUndo(benchmark::State& state) {
-  Session session;
-  Manager manager;
-  Register(manager, static_cast<int>(state.range(0)), 1);
-  for (auto _ : state) benchmark::DoNotOptimize(manager.CanUndo());
-  Dispose(manager);
-}
-
-void BM_QtCanUndo(benchmark::State& state) {
-  QUndoStack stack;
-  Push(stack, static_cast<int>(state.range(0)), 1);
-  for (auto _ : state) benchmark::DoNotOptimize(stack.canUndo());
-}
-
-BENCHMARK(BM_Ostrum<REGISTER>)->Arg(1)->Arg(10)->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_Qt<REGISTER>)->Arg(1)->Arg(10)->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_Ostrum<UNDO>)->Arg(1)->Arg(10)->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_Qt<UNDO>)->Arg(1)->Arg(10)->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_Ostrum<REDO>)->Arg(1)->Arg(10)->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_Qt<REDO>)->Arg(1)->Arg(10)->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_OstrumRegisterOnHistory)->Arg(0)->Arg(100000)->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_OstrumCanUndo)->Arg(1)->Arg(100000);
-BENCHMARK(BM_QtCanUndo)->Arg(1)->Arg(100000);
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  {
-    // Whichever case ran first would otherwise pay for growing the process's heap.
-    Session session;
-    Manager manager;
-    Register(manager, kActions, 1);
-    Dispose(manager);
+  const int rounds = argc > 1 ? std::atoi(argv[1]) : 31;
+  std::printf("Each case: %d actions, %d rounds; nanoseconds per action, medians.\n", kActions, rounds);
+  std::vector<std::pair<std::string, std::vector<TimedCase>>> runs;
+  for (int group : {1, 10}) {
+    for (int phase = 0; phase < 3; ++phase) {
+      Histories h(group);
+      std::vector<TimedCase> cases;
+      if (phase == 0)
+        AddCases(cases, h);
+      else
+        AddUndoCases(cases, h, phase == 1);
+      ostrum_bench::RunInterleaved(cases, rounds);
+      ostrum_bench::PrintMedians(cases, kActions);
+      runs.emplace_back(cases[0].name, cases);
+      Dispose(h.manager);
+      h.stack.clear();
+    }
   }
-  return ostrum_bench::RunWithRatios(
-      argc, argv,
-      {{"register 1,000,000 in groups of 1", "BM_Ostrum<REGISTER>/1", "BM_Qt<REGISTER>/1"},
-       {"register 1,000,000 in groups of 10 (Qt: macros)", "BM_Ostrum<REGISTER>/10", "BM_Qt<REGISTER>/10"},
-       {"register 1,000,000 in groups of 10 (Qt: pushes)", "BM_Ostrum<REGISTER>/10", "BM_Qt<REGISTER>/1"},
-       {"undo 1,000,000 in groups of 1", "BM_Ostrum<UNDO>/1", "BM_Qt<UNDO>/1"},
-       {"undo 1,000,000 in groups of 10 (Qt: macros)", "BM_Ostrum<UNDO>/10", "BM_Qt<UNDO>/10"},
-       {"redo 1,000,000 in groups of 1", "BM_Ostrum<REDO>/1", "BM_Qt<REDO>/1"},
-       {"redo 1,000,000 in groups of 10 (Qt: macros)", "BM_Ostrum<REDO>/10", "BM_Qt<REDO>/10"},
-       {"register on 100,000 steps / on none", "BM_OstrumRegisterOnHistory/100000", "BM_OstrumRegisterOnHistory/0"},
-       {"CanUndo on 100,000 steps / on 1", "BM_OstrumCanUndo/100000", "BM_OstrumCanUndo/1"},
-       {"CanUndo against QUndoStack::canUndo, 100,000", "BM_OstrumCanUndo/100000", "BM_QtCanUndo/100000"}});
+  // A registration on a deep history against one on an empty history.
+  std::vector<TimedCase> depth;
+  {
+    Session session;
+    Manager deep, empty;
+    Register(deep, 100000, 1);
+    depth.push_back({"register on 100,000 steps", [&] { Register(deep, 1000, 1); }, [] {}});
+    depth.push_back({"register on none", [&] { Register(empty, 1000, 1); }, [&] { Dispose(empty); }});
+    ostrum_bench::RunInterleaved(depth, rounds * 4);
+    Dispose(deep);
+    Dispose(empty);
+  }
+  ostrum_bench::PrintMedians(depth, 1000);
+
+  std::printf("\nRatios (framework time / floor time, lower is better):\n");
+  for (auto& [name, cases] : runs) ostrum_bench::PrintRatio(name.c_str(), cases[0], cases[1]);
+  ostrum_bench::PrintRatio("register on 100,000 steps / on none", depth[0], depth[1]);
+  return 0;
 }

@@ -7,19 +7,22 @@
 //
 // Also the small case: an undoable operation with 16 bytes of state against creating, writing,
 // closing and removing one file.
+//
+// Timed round by round, interleaved, after an untimed warm-up; the floor's files take fresh
+// names every time, as the document's do. Usage: bench_undo_disk [rounds]  (default 31)
 
-#include <benchmark/benchmark.h>
 #include <fcntl.h>
 #include <stdlib.h>
 #include <unistd.h>
 
 #include <QUndoStack>
+#include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <string>
 #include <vector>
 
-#include "common/RatioReport.h"
+#include "common/Interleaved.h"
 #include "ostrum/deferred/DeferredTaskManager.h"
 #include "ostrum/document/MDocument.h"
 #include "ostrum/foundation/core/MFile.h"
@@ -70,23 +73,8 @@ bool DoChange(BlockObject& object) {
   return op->DoOperation(nullptr);
 }
 
-// Do, undo, redo, then the history is emptied and its files removed.
-void BM_Document(benchmark::State& state) {
-  Session session;
-  BenchDocument doc;
-  BlockObject object(static_cast<size_t>(state.range(0)));
-  for (auto _ : state) {
-    DoChange(object);
-    doc.UndoOperation();
-    doc.RedoOperation();
-    doc.CleanUpUndoHandler();
-    Ostrum::Desktop::RunUntilIdle();
-  }
-  state.SetBytesProcessed(state.iterations() * state.range(0) * 4);
-}
-
 void WriteFile(const std::string& path, const std::vector<unsigned char>& bytes) {
-  const int fd = open(path.c_str(), O_CREAT | O_WRONLY | O_TRUNC, 0600);
+  const int fd = open(path.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, 0600);
   for (size_t done = 0; done < bytes.size();) {
     const ssize_t n = write(fd, bytes.data() + done, bytes.size() - done);
     if (n <= 0) break;
@@ -96,7 +84,7 @@ void WriteFile(const std::string& path, const std::vector<unsigned char>& bytes)
 }
 
 void ReadFile(const std::string& path, std::vector<unsigned char>& bytes) {
-  const int fd = open(path.c_str(), O_RDONLY);
+  const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
   for (size_t done = 0; done < bytes.size();) {
     const ssize_t n = read(fd, bytes.data() + done, bytes.size() - done);
     if (n <= 0) break;
@@ -105,21 +93,10 @@ void ReadFile(const std::string& path, std::vector<unsigned char>& bytes) {
   close(fd);
 }
 
-// The floor: two files written whole, read back whole, removed.
-void BM_PlainFiles(benchmark::State& state) {
-  std::vector<unsigned char> bytes(static_cast<size_t>(state.range(0)), 0x5a);
-  const std::string undo = g_directory + "/plain_undo.tmp", redo = g_directory + "/plain_redo.tmp";
-  for (auto _ : state) {
-    WriteFile(undo, bytes);
-    bytes[0] = static_cast<unsigned char>(~bytes[0]);
-    WriteFile(redo, bytes);
-    ReadFile(undo, bytes);
-    ReadFile(redo, bytes);
-    unlink(undo.c_str());
-    unlink(redo.c_str());
-    benchmark::DoNotOptimize(bytes.data());
-  }
-  state.SetBytesProcessed(state.iterations() * state.range(0) * 4);
+// Fresh names for the floor's files, as the document's temporary files have.
+std::string FreshName(const char* stem) {
+  static unsigned long serial = 0;
+  return g_directory + "/" + stem + std::to_string(serial++) + ".tmp";
 }
 
 // Qt's stack keeps both states in memory: the command copies the state before and after.
@@ -141,53 +118,82 @@ class BlockCommand : public QUndoCommand {
   std::vector<unsigned char> m_before, m_after;
 };
 
-void BM_QUndoStack(benchmark::State& state) {
-  std::vector<unsigned char> bytes(static_cast<size_t>(state.range(0)), 0x5a);
+// One size: do, undo, redo through the document, then the history emptied and its files
+// removed; the same bytes through two plain files; QUndoStack holding them in memory.
+void CompareAt(size_t size, int rounds, std::vector<std::string>& lines) {
+  Session session;
+  BenchDocument doc;
+  BlockObject object(size);
+  std::vector<unsigned char> bytes(size, 0x5a), qt_bytes(size, 0x5a);
   QUndoStack stack;
-  for (auto _ : state) {
-    stack.push(new BlockCommand(bytes));
-    stack.undo();
-    stack.redo();
-    stack.clear();
-    benchmark::DoNotOptimize(bytes.data());
-  }
+  std::vector<ostrum_bench::TimedCase> cases = {
+      {"document: do, undo, redo, clean-up", [&] {
+         DoChange(object);
+         doc.UndoOperation();
+         doc.RedoOperation();
+         doc.CleanUpUndoHandler();
+       }, [] { Ostrum::Desktop::RunUntilIdle(); }},
+      {"plain files: write two, read two, remove", [&] {
+         const std::string undo = FreshName("plain_undo"), redo = FreshName("plain_redo");
+         WriteFile(undo, bytes);
+         bytes[0] = static_cast<unsigned char>(~bytes[0]);
+         WriteFile(redo, bytes);
+         ReadFile(undo, bytes);
+         ReadFile(redo, bytes);
+         unlink(undo.c_str());
+         unlink(redo.c_str());
+       }},
+      {"QUndoStack in memory", [&] {
+         stack.push(new BlockCommand(qt_bytes));
+         stack.undo();
+         stack.redo();
+         stack.clear();
+       }},
+  };
+  const int n = size >= (64u << 20) ? std::max(5, rounds / 4) : rounds;
+  ostrum_bench::RunInterleaved(cases, n);
+  std::printf("State of %zu bytes, %d rounds:\n", size, n);
+  ostrum_bench::PrintMedians(cases, 1);
+  char line[256];
+  std::snprintf(line, sizeof line, "  %-52s %8.3f", (std::to_string(size) + " bytes: document / plain files").c_str(),
+                cases[0].median_seconds / cases[1].median_seconds);
+  lines.push_back(line);
+  std::snprintf(line, sizeof line, "  %-52s %8.3f", (std::to_string(size) + " bytes: document / QUndoStack").c_str(),
+                cases[0].median_seconds / cases[2].median_seconds);
+  lines.push_back(line);
 }
 
 // The small case: one undoable operation of a few bytes, its history emptied at once.
-void BM_DocumentSmall(benchmark::State& state) {
+void CompareSmall(int rounds, std::vector<std::string>& lines) {
   Session session;
   BenchDocument doc;
   BlockObject object(8);
-  for (auto _ : state) {
-    DoChange(object);
-    doc.CleanUpUndoHandler();
-    Ostrum::Desktop::RunUntilIdle();
-  }
-}
-
-void BM_PlainFileSmall(benchmark::State& state) {
   const std::vector<unsigned char> bytes(16, 0x5a);
-  const std::string path = g_directory + "/plain_small.tmp";
-  for (auto _ : state) {
-    WriteFile(path, bytes);
-    unlink(path.c_str());
-  }
+  std::string path;
+  std::vector<ostrum_bench::TimedCase> cases = {
+      {"operation of 16 bytes, history emptied", [&] {
+         DoChange(object);
+         doc.CleanUpUndoHandler();
+       }, [] { Ostrum::Desktop::RunUntilIdle(); }},
+      {"one file made, written, closed and removed", [&] {
+         path = FreshName("plain_small");
+         WriteFile(path, bytes);
+         unlink(path.c_str());
+       }},
+  };
+  ostrum_bench::RunInterleaved(cases, rounds * 8);
+  std::printf("Small step, %d rounds:\n", rounds * 8);
+  ostrum_bench::PrintMedians(cases, 1);
+  char line[256];
+  std::snprintf(line, sizeof line, "  %-52s %8.3f", "16 bytes: operation / one file made and removed",
+                cases[0].median_seconds / cases[1].median_seconds);
+  lines.push_back(line);
 }
-
-constexpr int64_t kKiB = 1024, kMiB = 1024 * 1024;
-
-BENCHMARK(BM_Document)->Arg(kKiB)->Arg(kMiB)->Unit(benchmark::kMicrosecond);
-BENCHMARK(BM_Document)->Arg(64 * kMiB)->Iterations(5)->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_PlainFiles)->Arg(kKiB)->Arg(kMiB)->Unit(benchmark::kMicrosecond);
-BENCHMARK(BM_PlainFiles)->Arg(64 * kMiB)->Iterations(5)->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_QUndoStack)->Arg(kKiB)->Arg(kMiB)->Unit(benchmark::kMicrosecond);
-BENCHMARK(BM_QUndoStack)->Arg(64 * kMiB)->Iterations(5)->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_DocumentSmall)->Unit(benchmark::kMicrosecond);
-BENCHMARK(BM_PlainFileSmall)->Unit(benchmark::kMicrosecond);
 
 }  // namespace
 
 int main(int argc, char** argv) {
+  const int rounds = argc > 1 ? std::atoi(argv[1]) : 31;
   char pattern[] = "/tmp/ostrum-undo-bench-XXXXXX";
   if (!mkdtemp(pattern)) {
     std::perror("mkdtemp");
@@ -195,18 +201,13 @@ int main(int argc, char** argv) {
   }
   g_directory = pattern;
   MUndoHandler::SetUndoTempDir(std::filesystem::path(g_directory).wstring().c_str());
-  const int result = ostrum_bench::RunWithRatios(
-      argc, argv,
-      {{"1 KiB: document / plain files", "BM_Document/1024", "BM_PlainFiles/1024"},
-       {"1 MiB: document / plain files", "BM_Document/1048576", "BM_PlainFiles/1048576"},
-       {"64 MiB: document / plain files", "BM_Document/67108864/iterations:5", "BM_PlainFiles/67108864/iterations:5"},
-       {"1 KiB: document / QUndoStack in memory", "BM_Document/1024", "BM_QUndoStack/1024"},
-       {"1 MiB: document / QUndoStack in memory", "BM_Document/1048576", "BM_QUndoStack/1048576"},
-       {"64 MiB: document / QUndoStack in memory", "BM_Document/67108864/iterations:5",
-        "BM_QUndoStack/67108864/iterations:5"},
-       {"16 bytes: operation / one file made and removed", "BM_DocumentSmall", "BM_PlainFileSmall"}});
+  std::vector<std::string> lines;
+  for (size_t size : {size_t{1} << 10, size_t{1} << 20, size_t{64} << 20}) CompareAt(size, rounds, lines);
+  CompareSmall(rounds, lines);
+  std::printf("\nRatios of medians (framework / floor, lower is better):\n");
+  for (const std::string& line : lines) std::printf("%s\n", line.c_str());
   MUndoHandler::SetUndoTempDir(L"");
   std::error_code ignored;
   std::filesystem::remove_all(g_directory, ignored);
-  return result;
+  return 0;
 }

@@ -170,7 +170,7 @@ class OSTRUM_API MTransformRepository : public ISAXPersist, public ICoordinateSy
   /// Empties every slot; "cache next" stays.
   void _CacheInvalidate();
   /// The slot itself, and "cache next".
-  TransformCacheEntry const& _GetCacheSlot(std::int16_t slot) const { return m_cache[slot]; }
+  TransformCacheEntry const& _GetCacheSlot(std::int16_t slot) const { return m_cache[m_order[slot]]; }
   std::uint16_t _GetCacheNext() const { return m_cache_next; }
 
   /// `path` = the nodes from `system` up to the root, the root included (just the root for an
@@ -205,14 +205,27 @@ class OSTRUM_API MTransformRepository : public ISAXPersist, public ICoordinateSy
   // them directly and can inline them.
   // The slot of a cached pair, or kCacheSize.
   OSTRUM_LOCAL std::int16_t _FindInCache(Node const* from, Node const* to) const;
-  // The same, also setting `reversed` to the first slot of (to, from), or kCacheSize.
-  OSTRUM_LOCAL std::int16_t _FindEitherWay(Node const* from, Node const* to, std::int16_t& reversed) const;
+  // The entry of a slot.
+  TransformCacheEntry& _Slot(std::int16_t slot) const { return m_cache[m_order[slot]]; }
+  // The slot that holds entry `index`.
+  OSTRUM_LOCAL std::int16_t _SlotOfEntry(int index) const;
+  // The entry holding the pair (from, to), or -1.
+  OSTRUM_LOCAL int _FindEntry(Node const* from, Node const* to) const;
+  // Enters entry `index`, which holds a transform, into the index of pairs, or takes it out.
+  OSTRUM_LOCAL void _IndexInsert(int index) const;
+  OSTRUM_LOCAL void _IndexErase(int index) const;
+  // Moves the slot of entry `index` to the top.
+  OSTRUM_LOCAL void _RaiseEntry(int index) const;
   OSTRUM_LOCAL void _MoveToTop(std::int16_t slot) const;
   // Stores `t` for a pair not cached in the slot "cache next" names and advances it; answers
   // the slot.
   OSTRUM_LOCAL std::int16_t _StoreAtNext(Node const* from, Node const* to, MMTransform* t) const;
   // Composes the transform of a pair that is not cached and stores it; answers its slot.
   OSTRUM_LOCAL std::int16_t _ComputeIntoCache(Node const* from, Node const* to) const;
+  // The same by copies of the node transforms, for a path that must keep a transform's kind.
+  OSTRUM_LOCAL std::int16_t _ComputeIntoCacheByCopies(Node const* from, Node const* to) const;
+  // Fills m_concat_list with the path's transforms, the far end first, as Concat takes them.
+  OSTRUM_LOCAL void _FillConcatList(Path const& path) const;
   OSTRUM_LOCAL bool _PathToWorld(Path& path, Node const* node) const;
   OSTRUM_LOCAL bool _ShortestPath(Path& from_path, Path& to_path, Node const* from, Node const* to) const;
   OSTRUM_LOCAL static MMTransform* _Concat(Path const& path, MMTransform** extra,
@@ -220,7 +233,24 @@ class OSTRUM_API MTransformRepository : public ISAXPersist, public ICoordinateSy
 
   std::vector<Node*> m_systems;
   MCoordinateSystem m_absolute_world;
+  // The entries stay where they are; m_order names the entry of each slot, slot 0 first, so
+  // that moving a slot to the top moves one byte per slot above it, and a pair is found by one
+  // pass over the entries whatever its slot.
   mutable TransformCacheEntry m_cache[kCacheSize];
+  static_assert(kCacheSize == 20, "m_order lists every entry once");
+  mutable std::uint8_t m_order[kCacheSize] = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 17, 18, 19};
+  // The entries that hold a transform, by their pair taken without direction: open addressing
+  // over 64 buckets, each the number of an entry or -1. One probe sequence finds a pair, or
+  // its reverse, whatever its slot.
+  struct PairIndex {
+    static constexpr int kBuckets = 64;
+    PairIndex() { Clear(); }
+    void Clear() {
+      for (std::int8_t& bucket : buckets) bucket = -1;
+    }
+    std::int8_t buckets[kBuckets];
+  };
+  mutable PairIndex m_pair_index;
   mutable std::uint16_t m_cache_next = 0;
   mutable CacheStatistics m_statistics;
   // Working lists of the query, kept so that a miss allocates nothing but its result.

@@ -2,6 +2,7 @@
 // search through the nearest common ancestor.
 
 #include <typeinfo>
+#include <utility>
 
 #include "ostrum/coordinates/MTransformRepository.h"
 #include "ostrum/foundation/geometry/Concat.h"
@@ -25,23 +26,30 @@ MMTransform const& MTransformRepository::GetTransform(MCoordinateSystem const& f
                                                       MCoordinateSystem const& to) const {
   Node const* const f = from.GetInternalSystem();
   Node const* const t = to.GetInternalSystem();
-  std::int16_t reversed;
-  std::int16_t slot = _FindEitherWay(f, t, reversed);
-  if (slot != kCacheSize) {
+  // The pair asked for last, again: nothing to search, nothing to move.
+  TransformCacheEntry const& top = _Slot(0);
+  if (top.m_from == f && top.m_to == t && top.m_transform) {
     ++m_statistics.hits;
-  } else {
-    // The opposite direction is turned round in place rather than given a second slot.
-    slot = reversed;
-    if (slot != kCacheSize) {
-      ++m_statistics.reversed_hits;
-      m_cache[slot].TakeReversed();
-    } else {
-      ++m_statistics.misses;
-      slot = _ComputeIntoCache(f, t);
-    }
+    return *top.m_transform;
   }
+  int entry = _FindEntry(f, t);
+  if (entry >= 0) {
+    ++m_statistics.hits;
+    _RaiseEntry(entry);
+    return *m_cache[entry].m_transform;
+  }
+  // The opposite direction is turned round in place rather than given a second slot.
+  entry = _FindEntry(t, f);
+  if (entry >= 0) {
+    ++m_statistics.reversed_hits;
+    m_cache[entry].TakeReversed();  // its bucket serves both directions: the index stays
+    _RaiseEntry(entry);
+    return *m_cache[entry].m_transform;
+  }
+  ++m_statistics.misses;
+  std::int16_t const slot = _ComputeIntoCache(f, t);
   if (slot > 0) _MoveToTop(slot);
-  return *m_cache[0].m_transform;
+  return *_Slot(0).m_transform;
 }
 
 MMTransformMatrix const& MTransformRepository::GetTransformMatrix(MCoordinateSystem const& from,
@@ -67,6 +75,52 @@ std::int16_t MTransformRepository::_ComputeIntoCache(Node const* from, Node cons
   m_to_path.clear();
   _ShortestPath(m_from_path, m_to_path, from, to);
 
+  // A lone way down through a transform of another kind than a plain matrix gives the pair a
+  // copy of that very kind: the general way below keeps it.
+  if (m_to_path.size() == 1) {
+    MMTransform const* t = m_to_path.front()->GetTransform();
+    if (t && typeid(*t) != typeid(MMTransformMatrix)) return _ComputeIntoCacheByCopies(from, to);
+  }
+
+  // 1. The way from `to` up to the common ancestor, inverted: the way down to `to`. Composed
+  //    on the stack.
+  MMTransformMatrix second;
+  bool has_second = false;
+  if (m_to_path.size() == 1) {
+    if (MMTransform const* t = m_to_path.front()->GetTransform()) {
+      second = *t->AsMatrix();
+      has_second = true;
+    }
+  } else if (m_to_path.size() > 1) {
+    _FillConcatList(m_to_path);
+    ConcatInto(second, m_concat_list, nullptr);
+    has_second = true;
+  }
+  if (has_second && second.IsIdentity())
+    has_second = false;
+  else if (has_second)
+    second.Invert();
+
+  // 2. Up from `from`, then down, into the matrix of the entry about to be pushed out when it
+  //    is a plain one (its references lapse as it goes), so a miss allocates nothing.
+  MMTransformMatrix* result = nullptr;
+  TransformCacheEntry& leaving = _Slot(static_cast<std::int16_t>(m_cache_next));
+  if (leaving.m_transform && typeid(*leaving.m_transform) == typeid(MMTransformMatrix))
+    result = static_cast<MMTransformMatrix*>(leaving.m_transform);
+  else
+    result = new MMTransformMatrix();
+  if (m_from_path.empty() && has_second) {
+    *result = second;
+  } else {
+    _FillConcatList(m_from_path);
+    ConcatInto(*result, m_concat_list, has_second ? &second : nullptr);
+  }
+
+  // 3. The pair is known not to be cached.
+  return _StoreAtNext(from, to, result);
+}
+
+std::int16_t MTransformRepository::_ComputeIntoCacheByCopies(Node const* from, Node const* to) const {
   // 1. The way from `to` up to the common ancestor, inverted: the way down to `to`.
   MMTransform* second = nullptr;
   if (m_to_path.size() == 1) {
@@ -93,28 +147,84 @@ std::int16_t MTransformRepository::_ComputeIntoCache(Node const* from, Node cons
   return _StoreAtNext(from, to, result);
 }
 
-// --- the cache ---
-
-std::int16_t MTransformRepository::_FindInCache(Node const* from, Node const* to) const {
-  for (std::int16_t i = 0; i < kCacheSize; ++i)
-    if (m_cache[i].Matches(from, to)) return i;
-  return kCacheSize;
+void MTransformRepository::_FillConcatList(Path const& path) const {
+  // The far end first: Concat lets the last of its list act first, and that is the near end.
+  m_concat_list.clear();
+  for (auto it = path.rbegin(); it != path.rend(); ++it) m_concat_list.push_back((*it)->GetTransform());
 }
 
-std::int16_t MTransformRepository::_FindEitherWay(Node const* from, Node const* to,
-                                                   std::int16_t& reversed) const {
-  // One pass serves both questions: the pair as asked wherever it stands, else the first slot
-  // holding it the other way round.
-  reversed = kCacheSize;
-  for (std::int16_t i = 0; i < kCacheSize; ++i) {
-    TransformCacheEntry const& entry = m_cache[i];
-    if (entry.m_from == from) {
-      if (entry.m_to == to && entry.m_transform) return i;
-    } else if (entry.m_from == to && entry.m_to == from && entry.m_transform && reversed == kCacheSize) {
-      reversed = i;
-    }
+// --- the cache ---
+
+namespace {
+
+// The first bucket of a pair, the same for both directions: turning an entry round leaves it
+// where it is, and the pair asked for and its reverse lie on one probe sequence.
+int BucketOf(Node const* from, Node const* to) {
+  auto a = reinterpret_cast<std::uintptr_t>(from) >> 4, b = reinterpret_cast<std::uintptr_t>(to) >> 4;
+  if (a > b) std::swap(a, b);
+  return static_cast<int>((a * 0x9E3779B97F4A7C15ull ^ b * 0xC2B2AE3D27D4EB4Full) >> 58);
+}
+
+constexpr int kMask = 63;
+
+}  // namespace
+
+std::int16_t MTransformRepository::_SlotOfEntry(int index) const {
+  std::int16_t slot = 0;
+  while (m_order[slot] != index) ++slot;
+  return slot;
+}
+
+int MTransformRepository::_FindEntry(Node const* from, Node const* to) const {
+  for (int b = BucketOf(from, to);; b = (b + 1) & kMask) {
+    int const index = m_pair_index.buckets[b];
+    if (index < 0) return -1;
+    TransformCacheEntry const& entry = m_cache[index];
+    if (entry.m_from == from && entry.m_to == to) return index;
   }
-  return kCacheSize;
+}
+
+void MTransformRepository::_IndexInsert(int index) const {
+  TransformCacheEntry const& entry = m_cache[index];
+  int b = BucketOf(entry.m_from, entry.m_to);
+  while (m_pair_index.buckets[b] >= 0) b = (b + 1) & kMask;
+  m_pair_index.buckets[b] = static_cast<std::int8_t>(index);
+}
+
+void MTransformRepository::_IndexErase(int index) const {
+  TransformCacheEntry const& entry = m_cache[index];
+  int hole = BucketOf(entry.m_from, entry.m_to);
+  while (m_pair_index.buckets[hole] != index) hole = (hole + 1) & kMask;
+  // Later members of the probe run move back into the hole when their own first bucket does
+  // not lie cyclically between the hole and them, so no run is broken.
+  for (int next = (hole + 1) & kMask;; next = (next + 1) & kMask) {
+    int const moved = m_pair_index.buckets[next];
+    if (moved < 0) break;
+    int const home = BucketOf(m_cache[moved].m_from, m_cache[moved].m_to);
+    bool const stays = hole <= next ? (hole < home && home <= next) : (hole < home || home <= next);
+    if (stays) continue;
+    m_pair_index.buckets[hole] = static_cast<std::int8_t>(moved);
+    hole = next;
+  }
+  m_pair_index.buckets[hole] = -1;
+}
+
+void MTransformRepository::_RaiseEntry(int index) const {
+  // The slots above the entry's move down one; found and moved in one pass.
+  std::uint8_t carried = static_cast<std::uint8_t>(index);
+  for (std::int16_t slot = 0; slot < kCacheSize; ++slot) {
+    std::uint8_t const here = m_order[slot];
+    m_order[slot] = carried;
+    if (here == index) return;
+    carried = here;
+  }
+}
+
+// A pair is in at most one entry (a pair is stored only when it is not cached, and an entry is
+// turned round only when the pair it becomes is not cached), so the index finds the one.
+std::int16_t MTransformRepository::_FindInCache(Node const* from, Node const* to) const {
+  int const index = _FindEntry(from, to);
+  return index < 0 ? kCacheSize : _SlotOfEntry(index);
 }
 
 bool MTransformRepository::_CanGetTransformFromCache(std::int16_t& slot, MCoordinateSystem const& from,
@@ -128,7 +238,7 @@ std::int16_t MTransformRepository::_AddTransformToCache(MCoordinateSystem const&
                                                         MMTransform* t) const {
   std::int16_t const slot = _FindInCache(from.GetInternalSystem(), to.GetInternalSystem());
   if (slot != kCacheSize) {
-    if (t != m_cache[slot].m_transform) delete t;
+    if (t != _Slot(slot).m_transform) delete t;
     return slot;
   }
   return _StoreAtNext(from.GetInternalSystem(), to.GetInternalSystem(), t);
@@ -136,7 +246,10 @@ std::int16_t MTransformRepository::_AddTransformToCache(MCoordinateSystem const&
 
 std::int16_t MTransformRepository::_StoreAtNext(Node const* from, Node const* to, MMTransform* t) const {
   std::int16_t const slot = static_cast<std::int16_t>(m_cache_next);
-  m_cache[slot].SetEntry(from, to, t);
+  int const index = m_order[slot];
+  if (m_cache[index].m_transform) _IndexErase(index);
+  m_cache[index].SetEntry(from, to, t);
+  if (m_cache[index].m_transform) _IndexInsert(index);
   if (++m_cache_next == kCacheSize) m_cache_next = kCacheSize - 1;
   return slot;
 }
@@ -146,24 +259,14 @@ void MTransformRepository::_PutTransformOnTopOfCache(std::int16_t slot) const {
 }
 
 void MTransformRepository::_MoveToTop(std::int16_t slot) const {
-  // Only the three fields move; the transform objects stay where they are, so references
-  // handed out earlier stay valid.
-  TransformCacheEntry& moving = m_cache[slot];
-  Node const* const from = moving.m_from;
-  Node const* const to = moving.m_to;
-  MMTransform* const transform = moving.m_transform;
-  for (std::int16_t i = slot; i > 0; --i) {
-    m_cache[i].m_from = m_cache[i - 1].m_from;
-    m_cache[i].m_to = m_cache[i - 1].m_to;
-    m_cache[i].m_transform = m_cache[i - 1].m_transform;
-  }
-  m_cache[0].m_from = from;
-  m_cache[0].m_to = to;
-  m_cache[0].m_transform = transform;
+  // Only the order changes; entries and transforms stay where they are, so references handed
+  // out earlier stay valid.
+  _RaiseEntry(m_order[slot]);
 }
 
 void MTransformRepository::_CacheInvalidate() {
   for (TransformCacheEntry& entry : m_cache) entry.ClearEntry();
+  m_pair_index.Clear();
 }
 
 // --- the path search ---

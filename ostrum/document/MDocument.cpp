@@ -377,7 +377,7 @@ void MDocument::RemoveTemporaryOperations(uint32_t key) {
 }
 
 void MDocument::_UpdateObservers(const MOperation& operation) {
-  boost::container::small_vector<IObserver*, 16> observers;
+  Ostrum::Private::ObserverBuffer observers;
   Ostrum::Private::CollectObservers(operation, observers);
   Ostrum::ObserverWalk walk;
   for (IObserver* observer : observers)

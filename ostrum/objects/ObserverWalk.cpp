@@ -14,8 +14,8 @@ ObserverWalk::ObserverWalk() : m_outer(tl_innermost) { tl_innermost = this; }
 
 ObserverWalk::~ObserverWalk() { tl_innermost = m_outer; }
 
-bool ObserverWalk::IsAlive(const IObserver* observer) const {
-  return m_dead.empty() || std::find(m_dead.begin(), m_dead.end(), observer) == m_dead.end();
+bool ObserverWalk::_IsAliveAmongDead(const IObserver* observer) const {
+  return std::find(m_dead.begin(), m_dead.end(), observer) == m_dead.end();
 }
 
 void ObserverWalk::_OnObserverDestroyed(const IObserver* observer) {

@@ -4,6 +4,7 @@
 #include <cwctype>
 #include <typeinfo>
 #include <unordered_set>
+#include <utility>
 
 #include <boost/container/small_vector.hpp>
 
@@ -174,11 +175,30 @@ const wchar_t* MOperation::GetActionString() const {
   return text.c_str();
 }
 
+namespace {
+
+// Lists up to this long are searched for duplicates; longer ones built by AddObject get a set.
+constexpr size_t kSearchedObjects = 16;
+
+}  // namespace
+
 bool MOperation::AddObject(IObject* object) {
   if (!object) return false;
   std::vector<IObject*>& objects = m_core.m_objects;
-  if (std::find(objects.begin(), objects.end(), object) != objects.end()) return false;
-  objects.push_back(object);
+  std::unique_ptr<std::unordered_set<IObject*>>& index = m_object_index.set;
+  if (m_object_index.list_handed_out || (!index && objects.size() < kSearchedObjects)) {
+    if (std::find(objects.begin(), objects.end(), object) != objects.end()) return false;
+    objects.push_back(object);
+    return true;
+  }
+  if (!index) index = std::make_unique<std::unordered_set<IObject*>>(objects.begin(), objects.end());
+  if (!index->insert(object).second) return false;
+  try {
+    objects.push_back(object);
+  } catch (...) {
+    index->erase(object);
+    throw;
+  }
   return true;
 }
 
@@ -187,6 +207,8 @@ bool MOperation::RemoveObject(IObject* object) {
   auto it = std::find(objects.begin(), objects.end(), object);
   if (it == objects.end()) return false;
   objects.erase(it);
+  // A list copied from one filled by hand may hold the object twice: the set is made again.
+  m_object_index.set.reset();
   return true;
 }
 
@@ -268,15 +290,74 @@ void MOperation::GetObjects(std::vector<IObject*>& list, bool) const {
 
 namespace {
 
+// A set of pointers by open addressing in one array: no allocation per entry, as a node-based
+// set would make for each observer of a large operation.
+class PointerSet {
+ public:
+  /// True the first time `item` is inserted.
+  bool Insert(const void* item) {
+    if (!item) return !std::exchange(m_has_null, true);
+    if (2 * (m_count + 1) > m_slots.size()) _Grow();
+    const size_t mask = m_slots.size() - 1;
+    for (size_t i = Hash(item) & mask;; i = (i + 1) & mask) {
+      if (m_slots[i] == item) return false;
+      if (!m_slots[i]) {
+        m_slots[i] = item;
+        ++m_count;
+        return true;
+      }
+    }
+  }
+  bool IsEmpty() const { return m_count == 0 && !m_has_null; }
+
+ private:
+  static size_t Hash(const void* item) {
+    const auto bits = reinterpret_cast<uintptr_t>(item);
+    return static_cast<size_t>((bits >> 4) * 0x9E3779B97F4A7C15ull >> 20);
+  }
+  void _Grow() {
+    std::vector<const void*> old(std::max<size_t>(64, 2 * m_slots.size()), nullptr);
+    old.swap(m_slots);
+    m_count = 0;
+    for (const void* item : old)
+      if (item) Insert(item);
+  }
+
+  std::vector<const void*> m_slots;
+  size_t m_count = 0;
+  bool m_has_null = false;
+};
+
+// Up to this many observers a collection searches the list it fills; beyond, a hash set of it.
+constexpr size_t kLinearObservers = 16;
+
+// The list itself serves as the record of what was seen while it is short, so the few observers
+// of most operations are neither copied nor hashed; a mask of one bit per pointer hash spares
+// most searches of observers not seen yet. Only long lists pay for a hash set.
 template <class List>
 void CollectObserversInto(const std::vector<IObject*>& objects, List& list) {
-  FirstSight<IObserver*> seen;
-  for (IObserver* observer : list) seen.Insert(observer);
+  PointerSet hashed;  // allocates nothing while unused
+  if (list.size() > kLinearObservers)
+    for (IObserver* observer : list) hashed.Insert(observer);
+  uint64_t maybe_seen = 0;
+  for (IObserver* observer : list) maybe_seen |= uint64_t{1} << ((reinterpret_cast<uintptr_t>(observer) >> 4) & 63);
+  Ostrum::Private::SubjectCast::Entry* const cache = Ostrum::Private::SubjectCast::ThreadCache();
   for (IObject* object : objects) {
-    MSubject* subject = Ostrum::Private::SubjectCast::Of(object);
+    MSubject* subject = Ostrum::Private::SubjectCast::Of(object, cache);
     if (!subject || subject->GetNumberOfObservers() == 0) continue;
-    for (auto it = subject->GetBeginIt(); it != subject->GetEndIt(); ++it)
-      if (seen.Insert(*it)) list.push_back(*it);
+    for (auto it = subject->GetBeginIt(); it != subject->GetEndIt(); ++it) {
+      IObserver* const observer = *it;
+      if (!hashed.IsEmpty()) {
+        if (hashed.Insert(observer)) list.push_back(observer);
+        continue;
+      }
+      const uint64_t bit = uint64_t{1} << ((reinterpret_cast<uintptr_t>(observer) >> 4) & 63);
+      if ((maybe_seen & bit) && std::find(list.begin(), list.end(), observer) != list.end()) continue;
+      maybe_seen |= bit;
+      list.push_back(observer);
+      if (list.size() > kLinearObservers)
+        for (IObserver* seen : list) hashed.Insert(seen);
+    }
   }
 }
 
@@ -284,8 +365,7 @@ void CollectObserversInto(const std::vector<IObject*>& objects, List& list) {
 
 void MOperation::GetObservers(std::vector<IObserver*>& list) const { CollectObserversInto(m_core.m_objects, list); }
 
-void Ostrum::Private::CollectObservers(const MOperation& operation,
-                                       boost::container::small_vector_base<IObserver*>& list) {
+void Ostrum::Private::CollectObservers(const MOperation& operation, ObserverBuffer& list) {
   CollectObserversInto(operation.GetObjectList(), list);
 }
 

@@ -8,7 +8,9 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <string>
+#include <unordered_set>
 #include <vector>
 
 #include "ostrum/Export.h"
@@ -147,12 +149,23 @@ class OSTRUM_API MOperation {
   size_t GetNumObjects() const { return m_core.m_objects.size(); }
   /// The object at `index`; the index is not checked.
   IObject* GetObjectW(size_t index) const { return m_core.m_objects[index]; }
-  void RemoveAllObjects() { m_core.m_objects.clear(); }
-  std::vector<IObject*>& GetObjectList() { return m_core.m_objects; }
+  void RemoveAllObjects() {
+    m_core.m_objects.clear();
+    m_object_index.set.reset();
+  }
+  /// The list to change by hand; AddObject searches it whole from then on.
+  std::vector<IObject*>& GetObjectList() {
+    m_object_index.list_handed_out = true;
+    return m_core.m_objects;
+  }
   const std::vector<IObject*>& GetObjectList() const { return m_core.m_objects; }
   CWnd* GetWindow() const { return m_core.m_window; }
   void SetWindow(CWnd* window) { m_core.m_window = window; }
-  MOperationCore& GetCore() { return m_core; }
+  /// The core to change by hand; AddObject searches the list whole from then on.
+  MOperationCore& GetCore() {
+    m_object_index.list_handed_out = true;
+    return m_core;
+  }
   /// Same action and the same objects in the same order; flags, labels and ids do not count.
   bool IsEqual(MOperation& other) const { return m_core.IsEqual(other.m_core); }
 
@@ -210,6 +223,22 @@ class OSTRUM_API MOperation {
  private:
   friend class MDocument;
 
+  // What lets AddObject refuse a duplicate in constant time in a long list: the set of the
+  // listed objects, made when the list first grows long through AddObject and kept exact by
+  // the members that change the list. Once the list (or the core) was handed out for changing
+  // by hand, the set can no longer be trusted and AddObject searches the list. A copy starts
+  // without a set; an assignment drops the target's.
+  struct ObjectIndex {
+    ObjectIndex() = default;
+    ObjectIndex(const ObjectIndex&) {}
+    ObjectIndex& operator=(const ObjectIndex&) {
+      set.reset();
+      return *this;
+    }
+    std::unique_ptr<std::unordered_set<IObject*>> set;
+    bool list_handed_out = false;
+  };
+
   MOperationCore m_core;
   uint32_t m_flags = FLAGS_DEFAULT;
   uint32_t m_sender_id = 0;
@@ -217,4 +246,5 @@ class OSTRUM_API MOperation {
   std::vector<std::vector<IObject*>> m_stored_observers;
   uint32_t m_temporary_key = NO_TEMPORARY_KEY;
   std::wstring m_action_text;
+  ObjectIndex m_object_index;
 };

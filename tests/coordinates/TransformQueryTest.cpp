@@ -110,6 +110,21 @@ TEST(TransformQuery, RandomTreesAgreeWithTheDirectCompositionInBothDirections) {
       EXPECT_TRUE(NearMatrix(MatrixOf(rep.GetTransform(systems[b], systems[a])), expected.inverse(), 1e-8))
           << "round " << round << ", system " << b << " to " << a;
     }
+    // A working set of 36 pairs around the 20 slots: hits, turned-round hits and pairs pushed
+    // out mix, and every answer is still the direct composition.
+    rep.ResetCacheStatistics();
+    constexpr int kQueries = 2000;
+    for (int q = 0; q < kQueries; ++q) {
+      std::size_t const a = 1 + rng() % 6, b = 1 + rng() % 6;
+      Eigen::Matrix4d const expected = ToWorld(systems[b]).inverse() * ToWorld(systems[a]);
+      EXPECT_TRUE(NearMatrix(MatrixOf(rep.GetTransform(systems[a], systems[b])), expected, 1e-8))
+          << "round " << round << ", query " << q << ": system " << a << " to " << b;
+    }
+    MTransformRepository::CacheStatistics const& counted = rep.GetCacheStatistics();
+    EXPECT_EQ(counted.hits + counted.reversed_hits + counted.misses, std::uint64_t{kQueries});
+    EXPECT_GT(counted.hits, 0u) << "pairs asked again";
+    EXPECT_GT(counted.reversed_hits, 0u) << "pairs asked the other way round";
+    EXPECT_GT(counted.misses, 36u) << "pairs pushed out come back as misses";
   }
 }
 

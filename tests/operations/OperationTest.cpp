@@ -163,6 +163,51 @@ TEST(MOperation, RecordIsTheActionInFourLittleEndianBytes) {
   EXPECT_TRUE(name.REMOVE());
 }
 
+// Duplicates are refused alike below and above sixteen objects, where AddObject changes its
+// method: after removals, in copies and assignments, and once the list was changed by hand.
+TEST(MOperation, AddObjectRefusesDuplicatesHoweverTheListWasMade) {
+  std::array<TestObject, 40> o;
+  MOperation op;
+  for (TestObject& object : o) EXPECT_TRUE(op.AddObject(&object));
+  for (TestObject& object : o) EXPECT_FALSE(op.AddObject(&object));
+  EXPECT_EQ(op.GetNumObjects(), o.size());
+
+  // Removed, an object may come back, once; the others stay refused.
+  EXPECT_TRUE(op.RemoveObject(&o[30]));
+  EXPECT_FALSE(op.AddObject(&o[31]));
+  EXPECT_TRUE(op.AddObject(&o[30]));
+  EXPECT_FALSE(op.AddObject(&o[30]));
+
+  // A copy and an assignment answer from their own lists.
+  MOperation copy(op);
+  EXPECT_FALSE(copy.AddObject(&o[5]));
+  MOperation assigned;
+  for (size_t i = 0; i < 20; ++i) assigned.AddObject(&o[i + 20]);
+  assigned = op;
+  EXPECT_FALSE(assigned.AddObject(&o[0]));
+  EXPECT_EQ(assigned.GetNumObjects(), o.size());
+  op.RemoveAllObjects();
+  EXPECT_TRUE(op.AddObject(&o[0]));
+
+  // Changed by hand, in place and at the end: AddObject sees the list as it stands.
+  for (size_t i = 1; i < 20; ++i) op.AddObject(&o[i]);
+  std::vector<IObject*>& list = op.GetObjectList();
+  TestObject extra, swapped_in;
+  list.push_back(&extra);
+  list[3] = &swapped_in;
+  EXPECT_FALSE(op.AddObject(&extra));
+  EXPECT_FALSE(op.AddObject(&swapped_in));
+  EXPECT_TRUE(op.AddObject(&o[3])) << "the object overwritten by hand is no longer listed";
+
+  // A list filled by hand with an object twice still holds it after one removal.
+  MOperation twice;
+  for (size_t i = 0; i < 20; ++i) twice.AddObject(&o[i]);
+  twice.GetObjectList().push_back(&o[0]);
+  MOperation copy_of_twice(twice);
+  EXPECT_TRUE(copy_of_twice.RemoveObject(&o[0]));
+  EXPECT_FALSE(copy_of_twice.AddObject(&o[0]));
+}
+
 // The observers of the operation's objects, once each in order of first sight, also past sixteen
 // where the search for duplicates changes its method; what the list holds already stays first.
 TEST(MOperation, GetObserversListsEachOnceInOrderOfFirstSight) {

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/uio.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -23,6 +24,8 @@ namespace {
 
 // Linux moves at most about 2 GiB per call; asking for less keeps every count in range.
 constexpr std::size_t kMaxSystemTransfer = std::size_t{1} << 30;
+// The least a refill asks for, and the buffer's first size.
+constexpr std::size_t kPage = 4096;
 
 // One read, retried only when interrupted; <= 0 at the end of the file or on an error.
 ssize_t ReadOnce(int fd, unsigned char* data, std::size_t size) {
@@ -72,12 +75,21 @@ bool MFile::OPEN_WRITE_TEMP(MFileName& name, const std::wstring& directory, cons
   return fd >= 0 && _Adopt(fd, Mode::Write);
 }
 
+bool MFile::_Reserve(std::size_t size) {
+  if (size <= m_storage) return true;
+  std::size_t grown = std::max({size, 2 * m_storage, std::min(kPage, m_capacity)});
+  grown = std::min(grown, m_capacity);
+  std::unique_ptr<unsigned char[]> buffer(new (std::nothrow) unsigned char[grown]);
+  // Without memory for more the file still works, with the buffer it has.
+  if (!buffer) return false;
+  if (m_end != 0) std::memcpy(buffer.get(), m_buffer.get(), m_end);
+  m_buffer = std::move(buffer);
+  m_storage = grown;
+  return true;
+}
+
 bool MFile::_Adopt(int fd, Mode mode) {
-  if (m_capacity != 0 && !m_buffer) {
-    m_buffer.reset(new (std::nothrow) unsigned char[m_capacity]);
-    // Without memory for the buffer the file still works, only unbuffered.
-    if (!m_buffer) m_capacity = 0;
-  }
+  m_read_ahead = std::min(kPage, m_capacity);
   m_fd = fd;
   m_mode = mode;
   m_failed = false;
@@ -150,6 +162,31 @@ std::size_t MFile::_WriteToSystem(const unsigned char* data, std::size_t size) {
   return done;
 }
 
+std::size_t MFile::_WriteTwoToSystem(const unsigned char* first, std::size_t first_size,
+                                     const unsigned char* second, std::size_t second_size) {
+  const std::size_t total = first_size + second_size;
+  std::size_t done = 0;
+  while (done < total) {
+    iovec parts[2];
+    int count = 0;
+    if (done < first_size) parts[count++] = {const_cast<unsigned char*>(first + done), first_size - done};
+    const std::size_t into_second = done > first_size ? done - first_size : 0;
+    parts[count++] = {const_cast<unsigned char*>(second + into_second), second_size - into_second};
+    // At most kMaxSystemTransfer per call, cut from the end.
+    std::size_t length = 0;
+    for (int i = 0; i < count; ++i) {
+      parts[i].iov_len = std::min(parts[i].iov_len, kMaxSystemTransfer - length);
+      length += parts[i].iov_len;
+    }
+    ssize_t n = ::writev(m_fd, parts, count);
+    if (n < 0 && errno == EINTR) continue;
+    // A short count followed by an error (ENOSPC, EFBIG) ends here with what got through.
+    if (n <= 0) break;
+    done += static_cast<std::size_t>(n);
+  }
+  return done;
+}
+
 std::size_t MFile::_ReadFromSystem(unsigned char* data, std::size_t size) {
   std::size_t done = 0;
   while (done < size) {
@@ -178,11 +215,27 @@ std::size_t MFile::_Write(const void* data, std::size_t count, std::size_t item_
   const std::size_t bytes = count * item_size;
   const auto* source = static_cast<const unsigned char*>(data);
 
-  if (bytes > m_capacity - m_end) {
-    // The buffer is written out first so that the order of the bytes on disk stays the order of
-    // the calls; its failure fails this call, as its data was accepted by earlier ones.
+  if (bytes >= m_capacity) {
+    // What is buffered goes first, in the same call, so that the order of the bytes on disk
+    // stays the order of the calls; its failure fails this call, as its data was accepted by
+    // earlier ones.
+    const std::size_t pending = m_end;
+    m_end = 0;
+    const std::size_t done = _WriteTwoToSystem(m_buffer.get(), pending, source, bytes);
+    if (done < pending) {
+      m_failed = true;
+      return 0;
+    }
+    const std::size_t written = done - pending;
+    m_written += static_cast<std::int64_t>(written);
+    if (written != bytes) m_failed = true;
+    return written / item_size;
+  }
+  if (bytes > m_capacity - m_end && !_FlushBuffer()) return 0;
+  if (!_Reserve(m_end + bytes)) {
+    // No memory for a larger buffer: what it holds goes out, then this block.
     if (!_FlushBuffer()) return 0;
-    if (bytes >= m_capacity) {
+    if (!_Reserve(bytes)) {
       const std::size_t written = _WriteToSystem(source, bytes);
       m_written += static_cast<std::int64_t>(written);
       if (written != bytes) m_failed = true;
@@ -206,12 +259,18 @@ std::size_t MFile::_Read(void* data, std::size_t count, std::size_t item_size) {
   m_begin += got;
   while (got < wanted) {
     const std::size_t rest = wanted - got;
-    if (rest >= m_capacity) {
-      // The buffer is empty here; a large request goes straight into the caller's memory.
+    m_begin = m_end = 0;
+    // The buffer is empty here. What is asked for, at least the read-ahead, which doubles with
+    // each refill up to the buffer's size.
+    const std::size_t chunk = std::min(m_capacity, std::max(rest, m_read_ahead));
+    if (rest >= m_capacity || !_Reserve(chunk)) {
+      // A large request (or one the buffer cannot grow for) goes straight into the caller's
+      // memory.
       got += _ReadFromSystem(target + got, rest);
       break;
     }
-    const ssize_t n = ReadOnce(m_fd, m_buffer.get(), m_capacity);
+    m_read_ahead = std::min(m_capacity, 2 * m_read_ahead);
+    const ssize_t n = ReadOnce(m_fd, m_buffer.get(), chunk);
     if (n <= 0) break;
     m_end = static_cast<std::size_t>(n);
     const std::size_t take = std::min(rest, m_end);

@@ -24,7 +24,10 @@ struct MFileIdentity {
 /// the constructor. Values go to the file as the machine holds them, which on every platform
 /// this builds for is little-endian, without alignment or separators; the interface's `long`
 /// and `unsigned long` are 32 bits (int32_t, uint32_t) here. Transfers that are at least as
-/// large as the buffer bypass it.
+/// large as the buffer bypass it (a write of such a block goes out in one call with what was
+/// buffered before it). The buffer takes memory as it fills, from a page up to its size, and a
+/// read asks the system for what is wanted, at least a page, and more as reading goes on: a
+/// small file costs a page, a long one is read in chunks of the buffer's size.
 ///
 /// Failures are results, never exceptions: READ and WRITE answer how many whole items they
 /// transferred. Once a write to the disk has failed (disk full, file size limit), the file is
@@ -120,6 +123,9 @@ class OSTRUM_API MFile {
   std::size_t _Write(const void* data, std::size_t count, std::size_t item_size);
   bool _FlushBuffer();
   std::size_t _WriteToSystem(const unsigned char* data, std::size_t size);
+  std::size_t _WriteTwoToSystem(const unsigned char* first, std::size_t first_size, const unsigned char* second,
+                                std::size_t second_size);
+  bool _Reserve(std::size_t size);
   std::size_t _ReadFromSystem(unsigned char* data, std::size_t size);
 
   int m_fd = -1;
@@ -127,8 +133,10 @@ class OSTRUM_API MFile {
   Mode m_mode = Mode::Closed;
   bool m_failed = false;
   bool m_short_read = false;
-  std::size_t m_capacity;
-  std::unique_ptr<unsigned char[]> m_buffer;
+  std::size_t m_capacity;                     // the buffer's size as asked for
+  std::unique_ptr<unsigned char[]> m_buffer;  // m_storage bytes, at most m_capacity
+  std::size_t m_storage = 0;
+  std::size_t m_read_ahead = 0;               // what the next refill asks for at least
   // Reading: bytes [m_begin, m_end) of the buffer are read from the system and not yet taken.
   // Writing: bytes [0, m_end) are accepted and not yet written; m_begin stays 0.
   std::size_t m_begin = 0;

@@ -23,7 +23,12 @@ void ApplyAfter(MMTransformMatrix& result, MMTransform const* t) {
 
 MMTransform* Concat(std::vector<MMTransform*> const& list, MMTransform** extra) {
   auto* result = new MMTransformMatrix();
-  for (auto it = list.rbegin(); it != list.rend(); ++it) ApplyAfter(*result, *it);
-  if (extra) ApplyAfter(*result, *extra);
+  ConcatInto(*result, list, extra ? *extra : nullptr);
   return result;
+}
+
+void ConcatInto(MMTransformMatrix& result, std::vector<MMTransform*> const& list, MMTransform const* extra) {
+  result.MakeIdentity();
+  for (auto it = list.rbegin(); it != list.rend(); ++it) ApplyAfter(result, *it);
+  if (extra) ApplyAfter(result, extra);
 }

@@ -500,8 +500,33 @@ bool MMTransformMatrix::_ComputeInverseOrthoGonal() const {
 
 bool MMTransformMatrix::_ComputeInverseGeneral() const {
   // |det| against the product of the row lengths, compared squared to spare the roots.
-  double const det = m_matrix.determinant();
   double const bound = m_matrix.rowwise().squaredNorm().prod();
+  Mat4 const& m = m_matrix;
+  if (m(3, 0) == 0.0 && m(3, 1) == 0.0 && m(3, 2) == 0.0 && m(3, 3) == 1.0) {
+    // Affine: the 3x3 part is inverted by its cofactors and the translation follows, a third
+    // of the work of a 4x4 inverse. The determinant is the 3x3 part's, as for the whole matrix.
+    double const c00 = m(1, 1) * m(2, 2) - m(1, 2) * m(2, 1);
+    double const c01 = m(1, 2) * m(2, 0) - m(1, 0) * m(2, 2);
+    double const c02 = m(1, 0) * m(2, 1) - m(1, 1) * m(2, 0);
+    double const det = m(0, 0) * c00 + m(0, 1) * c01 + m(0, 2) * c02;
+    if (!(det * det > kSingularRatio * kSingularRatio * bound)) return _MarkSingular();
+    double const r = 1.0 / det;
+    Mat3 li;
+    li(0, 0) = c00 * r;
+    li(1, 0) = c01 * r;
+    li(2, 0) = c02 * r;
+    li(0, 1) = (m(0, 2) * m(2, 1) - m(0, 1) * m(2, 2)) * r;
+    li(1, 1) = (m(0, 0) * m(2, 2) - m(0, 2) * m(2, 0)) * r;
+    li(2, 1) = (m(0, 1) * m(2, 0) - m(0, 0) * m(2, 1)) * r;
+    li(0, 2) = (m(0, 1) * m(1, 2) - m(0, 2) * m(1, 1)) * r;
+    li(1, 2) = (m(0, 2) * m(1, 0) - m(0, 0) * m(1, 2)) * r;
+    li(2, 2) = (m(0, 0) * m(1, 1) - m(0, 1) * m(1, 0)) * r;
+    WriteAffineInverse(m_inverse, m, li);
+    if (!m_inverse.allFinite()) return _MarkSingular();
+    m_inverse_state = EInverse::eCurrent;
+    return true;
+  }
+  double const det = m_matrix.determinant();
   if (!(det * det > kSingularRatio * kSingularRatio * bound)) return _MarkSingular();
   m_inverse = m_matrix.inverse();
   if (!m_inverse.allFinite()) return _MarkSingular();

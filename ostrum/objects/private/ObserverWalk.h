@@ -20,12 +20,14 @@ class ObserverWalk {
   ~ObserverWalk();
 
   /// False once `observer` has been destroyed since this walk was opened.
-  bool IsAlive(const IObserver* observer) const;
+  bool IsAlive(const IObserver* observer) const { return m_dead.empty() || _IsAliveAmongDead(observer); }
 
   /// Records the death of `observer` in every walk open on this thread.
   static void _OnObserverDestroyed(const IObserver* observer);
 
  private:
+  bool _IsAliveAmongDead(const IObserver* observer) const;
+
   ObserverWalk* m_outer;
   boost::container::small_vector<const IObserver*, 4> m_dead;
 };

@@ -19,10 +19,15 @@ namespace Ostrum::Private {
 
 class SubjectCast {
  public:
+  struct Entry;
+
   /// The MSubject part of `object`, null if it has none. `object` must be fully constructed.
-  static MSubject* Of(IObject* object) {
+  static MSubject* Of(IObject* object) { return Of(object, ThreadCache()); }
+  /// The same through the thread's cache as ThreadCache answered it: a loop over many objects
+  /// looks the thread-local cache up once instead of once per object.
+  static MSubject* Of(IObject* object, Entry* cache) {
     const void* vptr = *reinterpret_cast<const void* const*>(object);
-    Entry& entry = tl_cache[(reinterpret_cast<uintptr_t>(vptr) >> 4) & (kSize - 1)];
+    Entry& entry = cache[(reinterpret_cast<uintptr_t>(vptr) >> 4) & (kSize - 1)];
     if (entry.vptr != vptr) {
       MSubject* subject = dynamic_cast<MSubject*>(object);
       entry.vptr = vptr;
@@ -32,14 +37,17 @@ class SubjectCast {
     return entry.offset == kNone ? nullptr
                                  : reinterpret_cast<MSubject*>(reinterpret_cast<char*>(object) + entry.offset);
   }
+  /// The calling thread's cache, valid for the life of the thread.
+  static Entry* ThreadCache() { return tl_cache; }
 
- private:
-  static constexpr size_t kSize = 64;
-  static constexpr ptrdiff_t kNone = PTRDIFF_MIN;
   struct Entry {
     const void* vptr = nullptr;
     ptrdiff_t offset = kNone;
   };
+
+ private:
+  static constexpr size_t kSize = 64;
+  static constexpr ptrdiff_t kNone = PTRDIFF_MIN;
   static thread_local Entry tl_cache[kSize];
 };
 

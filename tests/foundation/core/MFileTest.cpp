@@ -99,14 +99,16 @@ TEST_P(MFileBufferSizes, MixedTransfersKeepTheirOrder) {
   std::vector<double> medium(300), medium2(medium.size());
   std::iota(medium.begin(), medium.end(), 0.5);
   const short marks[3] = {7, 8, 9};
+  constexpr std::int32_t kSingles = 70000;  // one by one, past the largest buffer
   {
     MFile out(GetParam());  // its death writes what is buffered
     ASSERT_TRUE(out.OPEN_WRITE(name));
     EXPECT_EQ(out.WRITE(&marks[0], 1) + out.WRITE(big.data(), big.size()) + out.WRITE(&marks[1], 1) +
                   out.WRITE(medium.data(), medium.size()) + out.WRITE(&marks[2], 1),
               big.size() + medium.size() + 3);
+    for (std::int32_t i = 0; i < kSingles; ++i) ASSERT_EQ(out.WRITE(&i, 1), 1u);
   }
-  EXPECT_EQ(name.FILE_SIZE(), static_cast<std::int64_t>(6 + big.size() * 4 + medium.size() * 8));
+  EXPECT_EQ(name.FILE_SIZE(), static_cast<std::int64_t>(6 + big.size() * 4 + medium.size() * 8 + kSingles * 4));
 
   MFile in(GetParam() == 0 ? 13 : GetParam() / 2 + 5);  // boundaries fall elsewhere
   ASSERT_TRUE(in.OPEN_READ(name));
@@ -117,6 +119,8 @@ TEST_P(MFileBufferSizes, MixedTransfersKeepTheirOrder) {
   EXPECT_EQ(Get<short>(in), 9);
   EXPECT_EQ(big2, big);
   EXPECT_EQ(medium2, medium);
+  for (std::int32_t i = 0; i < kSingles; ++i) ASSERT_EQ(Get<std::int32_t>(in), i);
+  EXPECT_FALSE(in.HAS_SHORT_READ());
 }
 
 // A read past the end answers the whole items that arrived and leaves zeros for what did not

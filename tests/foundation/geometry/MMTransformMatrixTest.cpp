@@ -148,6 +148,11 @@ TEST(MMTransformMatrix, SingularInvertAnswersFalseAndKeepsTheMatrix) {
   Eigen::Matrix4d e = rnd.Make(Class::eGeneral).GetMatrix();
   e.col(1) = e.col(0) - e.col(3);
   singular[3].SetMatrix(e);
+  // An affine one, whose 3x3 part alone is singular: inverted by the affine way.
+  Eigen::Matrix4d a = rnd.Make(Class::eGeneral).GetMatrix();
+  a.row(3) << 0, 0, 0, 1;
+  a.col(2) = 2.0 * a.col(0);
+  singular.emplace_back(a);
   for (MMTransformMatrix& m : singular) {
     Eigen::Matrix4d const before = m.GetMatrix();
     MMTransformMatrix::EMatrixClass const cls = m.GetClass();

@@ -95,6 +95,43 @@ TEST_F(MCameraSetup, ANewCameraIsUndefinedUntilResetAndThenLooksDownTheWorldsAxe
   EXPECT_EQ(camera.GetCoordinateSystemEye(), eye);
   EXPECT_EQ(camera.GetCoordinateSystemWindow(), window);
   EXPECT_TRUE(repository.GetTransform(repository.GetSystemRenderWorld(), eye).IsIdentity());
+
+  // A reset onto an eye of the host's: the window comes anew below it.
+  MCoordinateSystem hosts = repository.CreateNewSystem(Matrix(Translation(Vec(1, 2, 3))), eye);
+  camera.Reset(hosts);
+  EXPECT_EQ(camera.GetCoordinateSystemEye(), hosts);
+  EXPECT_TRUE(camera.GetCoordinateSystemWindow().ChildOf(hosts, true));
+  EXPECT_NE(camera.GetCoordinateSystemWindow(), window);
+  // A reset with a matrix puts it in the eye, which takes the eye into the render world.
+  camera.SetCacheCoordinateSystems(false);
+  MMTransformMatrix placed = Matrix(RotationZYX(5, 6, 7, Vec(1, 1, 1)));
+  camera.Reset(placed);
+  EXPECT_TRUE(NearMatrix(
+      MatrixOf(repository.GetTransform(camera.GetCoordinateSystemEye(), repository.GetSystemRenderWorld())),
+      RotationZYX(5, 6, 7, Vec(1, 1, 1)), 1e-12));
+}
+
+TEST_F(MCameraSetup, TheProjectionSwitchKeepsTheVolumesNumbersAndCentre) {
+  MCamera camera;
+  Open(camera, 300, 200);
+  IVViewVolume volume;
+  volume.SetViewVolume(-3, -1, 5, 4, 2, 9, false, true, false);
+  camera.SetViewVolume(volume);
+  camera.SetPerspective(true);
+  float l, b, r, t, n, f, x, y;
+  bool perspective;
+  camera.GetViewVolume().GetViewVolume(l, b, r, t, n, f, perspective);
+  EXPECT_EQ((std::vector<float>{l, b, r, t, n, f}), (std::vector<float>{-3, -1, 5, 4, 2, 9}));
+  EXPECT_TRUE(perspective);
+  EXPECT_TRUE(camera.GetViewVolume().IsKeepAspect());
+  camera.GetViewVolume().GetPerspectiveCenter(x, y);
+  EXPECT_EQ(x, 1.0f);
+  EXPECT_EQ(y, 1.5f);
+  // Both projections frame the volume's middle depth alike.
+  const Point middle(-3, 4, 5.5);
+  const Point seen = ToWindow(camera, middle);
+  camera.SetPerspective(false);
+  EXPECT_TRUE(Near(XY(ToWindow(camera, middle)), XY(seen), 1e-9));
 }
 
 TEST_F(MCameraSetup, AWindowOf200By100ShowsTheDefaultVolumeWidenedInX) {

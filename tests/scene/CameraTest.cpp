@@ -228,6 +228,11 @@ TEST_F(MCameraMouse, APixelGoesIntoAnyObjectAndBackForRandomPlacementsWindowsAnd
       const double scale = 1 + std::max(near.cwiseAbs().maxCoeff(), far.cwiseAbs().maxCoeff());
       EXPECT_TRUE(Near(F3(point), near, 1e-5 * scale)) << "round " << round << ", pixel " << x << ", " << y;
       EXPECT_TRUE(Near(F3(direction), far - near, 1e-5 * scale)) << "round " << round;
+      // The same numbers as the transform's own inverse application, to the bit.
+      float same[3];
+      repository.GetTransform(object.GetCoordinateSystem(), camera.GetCoordinateSystemWindow())
+          .InverseTransform(same, static_cast<float>(x), static_cast<float>(y), -1.0f);
+      EXPECT_EQ(F3(point), F3(same)) << "round " << round;
       // Any point of the ray goes back to the pixel.
       for (const double along : {0.0, 0.3, 1.0}) {
         const Vec on_ray = F3(point) + along * F3(direction);

@@ -13,6 +13,7 @@
 #include <random>
 #include <sstream>
 
+#include "coordinates/CoordinatesTestSupport.h"
 #include "ostrum/coordinates/MTransformRepositoryEx.h"
 #include "ostrum/foundation/geometry/M3DBoundingBox.h"
 #include "ostrum/foundation/geometry/MMTransformMatrix.h"
@@ -72,11 +73,9 @@ class CameraFixture : public testing::Test {
 
 // ---- Eigen ----
 
-inline Mat MatrixOf(const MMTransform& t) {
-  double e[16];
-  t.ConvertDouble16(e);
-  return Eigen::Map<Eigen::Matrix<double, 4, 4, Eigen::RowMajor>>(e);
-}
+using coordinates_test::MatrixOf;
+/// Matrices equal within `tolerance` of their largest element.
+using coordinates_test::NearMatrix;
 
 inline Vec V(const Point& p) { return Vec(p.x, p.y, p.z); }
 inline Point P(const Vec& v) { return Point(v.x(), v.y(), v.z()); }
@@ -180,13 +179,6 @@ template <class A, class B>
   if ((found - expected).cwiseAbs().maxCoeff() <= tolerance) return ::testing::AssertionSuccess();
   std::ostringstream s;
   s << "(" << found.transpose() << ") is not (" << expected.transpose() << ") within " << tolerance;
-  return ::testing::AssertionFailure() << s.str();
-}
-
-inline ::testing::AssertionResult NearMatrix(const Mat& found, const Mat& expected, double tolerance) {
-  if ((found - expected).cwiseAbs().maxCoeff() <= tolerance) return ::testing::AssertionSuccess();
-  std::ostringstream s;
-  s << "\n" << found << "\nis not\n" << expected;
   return ::testing::AssertionFailure() << s.str();
 }
 

@@ -13,6 +13,35 @@ namespace {
 // a document (they are the same instance).
 MTransformRepositoryEx* Repository() { return MTransformRepositoryEx::GetInstance(); }
 
+// The pixel (x, y) at the depths z0 and z1 taken back through `t`, as MMTransform's
+// InverseTransform takes a point back. A matrix's kept inverse is read once and applied here to
+// both points: the conversions run on every mouse move, and a call chain per point would cost
+// more than the arithmetic.
+void PixelBack(const MMTransform& t, float x, float y, float z0, float z1, float* p0, float* p1) {
+  const MMTransformMatrix* m = t.AsMatrix();
+  if (!m) {
+    t.InverseTransform(p0, x, y, z0);
+    t.InverseTransform(p1, x, y, z1);
+    return;
+  }
+  const Eigen::Matrix4d& inverse = m->GetInverse();
+  const bool affine = m->GetClass() != MMTransformMatrix::eGeneral;
+  const double dx = x, dy = y;
+  // Row by row in the order MMTransformMatrix applies a matrix, so the results are the same.
+  auto back = [&](double z, float* out) {
+    double o0 = inverse(0, 0) * dx + inverse(0, 1) * dy + inverse(0, 2) * z + inverse(0, 3);
+    double o1 = inverse(1, 0) * dx + inverse(1, 1) * dy + inverse(1, 2) * z + inverse(1, 3);
+    double o2 = inverse(2, 0) * dx + inverse(2, 1) * dy + inverse(2, 2) * z + inverse(2, 3);
+    if (!affine) {
+      const double w = inverse(3, 0) * dx + inverse(3, 1) * dy + inverse(3, 2) * z + inverse(3, 3);
+      o0 /= w, o1 /= w, o2 /= w;
+    }
+    out[0] = static_cast<float>(o0), out[1] = static_cast<float>(o1), out[2] = static_cast<float>(o2);
+  };
+  back(z0, p0);
+  back(z1, p1);
+}
+
 }  // namespace
 
 MCamera::MCamera() { MTransformRepository::SubscribeNotifyDelete(this); }
@@ -229,10 +258,9 @@ bool MCamera::GetMouseInObjectCoordinates(float* point, float* direction, long x
     direction[0] = 0, direction[1] = 0, direction[2] = 1;
     return true;
   }
-  const MMTransform& t = repository->GetTransform(object->GetCoordinateSystem(), m_window);
   float far_point[3];
-  t.InverseTransform(point, static_cast<float>(x), static_cast<float>(y), -1.0f);
-  t.InverseTransform(far_point, static_cast<float>(x), static_cast<float>(y), 1.0f);
+  PixelBack(repository->GetTransform(object->GetCoordinateSystem(), m_window), static_cast<float>(x),
+            static_cast<float>(y), -1.0f, 1.0f, point, far_point);
   for (int i = 0; i < 3; ++i) direction[i] = far_point[i] - point[i];
   return true;
 }

@@ -11,6 +11,8 @@ OSTRUM_PACKAGES=(
   libgtest-dev libgmock-dev libbenchmark-dev
   libxml2-dev libpng-dev
   qt6-base-dev
+  libepoxy-dev libegl-dev libegl-mesa0 libgl1-mesa-dri
+  libfreetype-dev libfontconfig-dev fonts-dejavu-core
 )
 
 ostrum_install_missing() {

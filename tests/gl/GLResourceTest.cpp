@@ -12,6 +12,7 @@
 #include "ostrum/foundation/render/IVRender2D.h"
 #include "ostrum/foundation/render/IVRenderFactory.h"
 #include "ostrum/foundation/render/IVRenderStats.h"
+#include "ostrum/coordinates/MCoordinateSystem.h"
 #include "ostrum/objects/IRender.h"
 
 namespace ostrum_gl_test {
@@ -94,8 +95,8 @@ TEST_F(GLPixelTest, BuffersFreedByDestroyRenderOptimisationsAreDeletedOnTheCardA
   const float normals[12] = {0, 0, -1, 0, 0, -1, 0, 0, -1, 0, 0, -1};
   const float colors[16] = {1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1};
   MeshObject object(quad.Mesh(normals, colors));
-  const MCoordinateSystem* no_system = nullptr;
-  Frame([&](IVRender& r) { object.Render(r, *no_system); });
+  const MCoordinateSystem no_system;  // undefined: the test object draws in the renderer's transforms
+  Frame([&](IVRender& r) { object.Render(r, no_system); });
   ASSERT_TRUE(object.GetBuffer());
   const IVRenderBuffer* first = object.GetBuffer();
   const std::vector<unsigned> names = Ostrum::GL::GetGLNames(*first);
@@ -104,7 +105,7 @@ TEST_F(GLPixelTest, BuffersFreedByDestroyRenderOptimisationsAreDeletedOnTheCardA
   for (std::size_t i = 1; i < names.size(); ++i) EXPECT_TRUE(Ostrum::GL::IsLiveGLBuffer(*m_render, names[i]));
 
   // Drawing again draws what is kept: no new upload.
-  Frame([&](IVRender& r) { object.Render(r, *no_system); });
+  Frame([&](IVRender& r) { object.Render(r, no_system); });
   EXPECT_EQ(object.GetBuffer(), first);
   EXPECT_EQ(m_render->GetStatistics().GetLastFrameTriangles(), 2u);
 

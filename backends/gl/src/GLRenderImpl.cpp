@@ -102,8 +102,6 @@ void GLSurface::Clear(const MColor& color, bool depth, bool stencil) {
   const std::array<float, 4> c = Drawn(color);
   glClearColor(c[0], c[1], c[2], c[3]);
   GLbitfield bits = GL_COLOR_BUFFER_BIT;
-  GLboolean depth_mask = GL_TRUE;
-  glGetBooleanv(GL_DEPTH_WRITEMASK, &depth_mask);
   if (depth) {
     glDepthMask(GL_TRUE);
     glClearDepth(1.0);
@@ -115,7 +113,7 @@ void GLSurface::Clear(const MColor& color, bool depth, bool stencil) {
     bits |= GL_STENCIL_BUFFER_BIT;
   }
   glClear(bits);
-  glDepthMask(depth_mask);
+  m_owner.RestoreDepth();  // the depth writes as the renderer had them
 }
 
 CDC* GLSurface::GetBitmapDC() {

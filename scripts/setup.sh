@@ -12,6 +12,8 @@ OSTRUM_PACKAGES=(
   libxml2-dev libpng-dev
   libembree-dev
   qt6-base-dev
+  libepoxy-dev libegl-dev libegl-mesa0 libgl1-mesa-dri
+  libfreetype-dev libfontconfig-dev fonts-dejavu-core
 )
 
 ostrum_install_missing() {

@@ -17,6 +17,7 @@
 #include "LifecycleScenario.h"
 #include "PlannerModel.h"
 #include "PlannerTrace.h"
+#include "RenderScenario.h"
 #include "TreeScenario.h"
 #include "UndoScenario.h"
 #include "WizardScenario.h"
@@ -46,7 +47,14 @@ void Run(PlannerDocument& doc, PlannerOperation* op, const std::wstring& what) {
 int main(int argc, char** argv) {
   // --stop-midway: stop for good once the first undo files are written, to be killed; the
   // next run of the planner finds that process dead and removes what it left.
-  const bool stop_midway = argc > 1 && std::string(argv[1]) == "--stop-midway";
+  // --plan-png PATH: draw the plan with the OpenGL renderer and write the picture to PATH.
+  bool stop_midway = false;
+  std::string plan_png;
+  for (int i = 1; i < argc; ++i) {
+    const std::string arg = argv[i];
+    if (arg == "--stop-midway") stop_midway = true;
+    if (arg == "--plan-png" && i + 1 < argc) plan_png = argv[++i];
+  }
   FillStringTable();
   // The application controller starts the user-interface thread's deferred-task session (undo
   // steps that leave a history are destroyed in it at idle time) and ends it at exit.
@@ -147,6 +155,11 @@ int main(int argc, char** argv) {
   planner::RunCoordinateScenario();
   planner::RunTreeScenario();
   planner::RunCameraScenario();
+#ifdef OSTRUM_PLANNER_WITH_GL
+  if (!plan_png.empty()) planner::RunRenderScenario(plan_png);
+#else
+  if (!plan_png.empty()) std::printf("planner: built without the OpenGL renderer, no picture of the plan\n");
+#endif
   planner::RunDocumentUndoScenario();
   planner::RunDatabaseScenario();
   planner::RunLifecycleScenario();

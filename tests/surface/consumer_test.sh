@@ -30,6 +30,10 @@ for host in host_cmake host_pkgconfig; do
   echo "== $host"
   "$work/build/$host" "$work/undo"
 done
+for host in host_gl_cmake host_gl_pkgconfig; do
+  echo "== $host"
+  "$work/build/$host"
+done
 leftovers=$(find "$work/undo" -mindepth 1)
 [[ -z "$leftovers" ]] || { echo "undo files left behind:"; echo "$leftovers"; exit 1; }
 

@@ -15,6 +15,7 @@
 #include "DatabaseScenario.h"
 #include "DocumentUndoScenario.h"
 #include "LifecycleScenario.h"
+#include "MouseToolScenario.h"
 #include "PlannerModel.h"
 #include "PlannerTrace.h"
 #include "TreeScenario.h"
@@ -149,6 +150,7 @@ int main(int argc, char** argv) {
   planner::RunDocumentUndoScenario();
   planner::RunDatabaseScenario();
   planner::RunLifecycleScenario();
+  planner::RunMouseToolScenario();
 
   planner::RunUndoScenario();
 

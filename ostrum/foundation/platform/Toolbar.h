@@ -4,6 +4,7 @@
 // their Windows numbers. A click on an enabled button sends WM_COMMAND (id, the toolbar) to the
 // toolbar's parent. Also the common-control helpers that feed it: mapped bitmaps.
 
+#include <cstdint>
 #include <string>
 
 #include "ostrum/Export.h"
@@ -11,6 +12,8 @@
 #include "ostrum/foundation/platform/ImageList.h"
 #include "ostrum/foundation/platform/WinMessages.h"
 #include "ostrum/foundation/platform/WinTypes.h"
+
+using DWORD_PTR = uintptr_t;
 
 #define TOOLBARCLASSNAMEW L"ToolbarWindow32"
 

@@ -25,7 +25,6 @@ using UINT_PTR = uintptr_t;
 using INT_PTR = intptr_t;
 using LONG_PTR = intptr_t;
 using ULONG_PTR = uintptr_t;
-using DWORD_PTR = uintptr_t;
 using ATOM = uint16_t;      ///< number of a registered window class; 0 is none
 using LPVOID = void*;
 using LPCVOID = const void*;

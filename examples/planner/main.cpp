@@ -15,6 +15,7 @@
 #include "DatabaseScenario.h"
 #include "DocumentUndoScenario.h"
 #include "LifecycleScenario.h"
+#include "MouseToolScenario.h"
 #include "PlannerModel.h"
 #include "PlannerTrace.h"
 #include "RenderScenario.h"
@@ -164,6 +165,7 @@ int main(int argc, char** argv) {
   planner::RunDatabaseScenario();
   planner::RunLifecycleScenario();
   planner::RunWizardScenario();
+  planner::RunMouseToolScenario();
 
   planner::RunUndoScenario();
 

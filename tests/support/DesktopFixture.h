@@ -31,6 +31,8 @@
 #include "ostrum/foundation/platform/HeadlessBackend.h"
 #include "ostrum/foundation/platform/Input.h"
 #include "ostrum/foundation/platform/KeyState.h"
+#include "ostrum/foundation/platform/Menu.h"
+#include "ostrum/foundation/platform/Toolbar.h"
 #include "ostrum/foundation/platform/MessageLoop.h"
 #include "ostrum/foundation/platform/ModalLoop.h"
 #include "ostrum/foundation/platform/Paint.h"
@@ -210,6 +212,27 @@ class DesktopInspector {
     GetUpdateRect(wnd, &rect, FALSE);
     return rect;
   }
+
+  /// The menu bar of a frame as the user reads it (see Ostrum::Desktop::DescribeMenu).
+  std::string MenuBar(HWND frame) const { return Narrow(Ostrum::Desktop::DescribeMenu(GetMenu(frame))); }
+  /// A toolbar as the user sees it (see Ostrum::Desktop::DescribeToolbar).
+  std::string Toolbar(HWND toolbar) const { return Narrow(Ostrum::Desktop::DescribeToolbar(toolbar)); }
+  /// The next popup menu shown is answered by choosing the command with this text (with or
+  /// without its "&"); a menu without it fails the test and is dismissed. The popup as it was
+  /// shown goes to `shown` if given.
+  void ExpectPopupMenu(std::wstring choice, std::string* shown = nullptr) {
+    ExpectModal("popup menu choosing " + Narrow(choice), [choice, shown](Ostrum::Desktop::ModalFrame& frame) {
+      auto* detail = frame.kind == Ostrum::Desktop::ModalKind::PopupMenu
+                         ? static_cast<Ostrum::Desktop::PopupMenuDetail*>(frame.detail)
+                         : nullptr;
+      if (shown && detail) *shown = Narrow(Ostrum::Desktop::DescribeMenu(detail->menu));
+      if (!Ostrum::Desktop::ChoosePopupMenuItem(frame, choice)) {
+        ADD_FAILURE() << "the popup has no enabled command " << Narrow(choice) << ": " << Narrow(frame.description);
+        Ostrum::Desktop::EndModalFrame(frame, 0);
+      }
+    });
+  }
+  static std::string Narrow(const std::wstring& text) { return std::string(text.begin(), text.end()); }
 
   /// The next modal loop that waits for an answer gets `answer`, which should end it (through
   /// EndModalFrame, or input that ends it). Expectations are met in order; one left at the end

@@ -9,6 +9,7 @@
 #include "ostrum/foundation/platform/TextCalls.h"
 #include "ostrum/foundation/platform/Window.h"
 #include "ostrum/foundation/platform/WindowPos.h"
+#include "ostrum/foundation/platform/WindowTree.h"
 
 IMPLEMENT_DYNAMIC(CFrameWnd, CWnd)
 
@@ -55,4 +56,13 @@ CFrameWnd::~CFrameWnd() {
     bar->m_pDockSite = nullptr;
     bar->m_nDockBarID = 0;
   }
+}
+
+CControlBar* CFrameWnd::GetControlBar(UINT id) const {
+  if (!m_hWnd) return nullptr;
+  for (HWND child = GetWindow(m_hWnd, GW_CHILD); child; child = GetWindow(child, GW_HWNDNEXT)) {
+    if (static_cast<UINT>(::GetDlgCtrlID(child)) != id) continue;
+    if (auto* bar = dynamic_cast<CControlBar*>(CWnd::FromHandlePermanent(child))) return bar;
+  }
+  return nullptr;
 }

@@ -10,6 +10,7 @@
 #include "ostrum/foundation/platform/CString.h"
 #include "ostrum/foundation/platform/CWnd.h"
 
+class CControlBar;
 class CView;
 struct NMHDR;
 class CControlBar;
@@ -22,6 +23,9 @@ class OSTRUM_API CFrameWnd : public CWnd {
   /// The view that has the focus in this frame, or null. Not owned.
   CView* GetActiveView() const { return m_active_view; }
   void SetActiveView(CView* view) { m_active_view = view; }
+  /// The bar among the frame's child windows whose control id is `id` (AFX_IDW_TOOLBAR for the
+  /// main toolbar) and whose object is a CControlBar; null if there is none.
+  CControlBar* GetControlBar(UINT id) const;
 
   /// The text of command `id` ("prompt\ntip"); empty here, as the model keeps no string
   /// resources at this level: frames that have them override it.

@@ -50,6 +50,10 @@ bool HeadlessBackend::OnModalIdle(ModalFrame& frame) {
   return true;
 }
 
+void HeadlessBackend::OnMenuBarChanged(HWND, HMENU) { ++m_menu_bar_changes; }
+
+void HeadlessBackend::OnToolbarChanged(HWND) { ++m_toolbar_changes; }
+
 void HeadlessBackend::SetModalResponder(ModalResponder responder) {
   std::lock_guard<std::mutex> lock(m_mutex);
   m_responder = std::move(responder);

@@ -33,6 +33,9 @@ class OSTRUM_API HeadlessBackend : public IDesktopBackend {
   /// Asks the responder; if it does not act, ends the frame with its default answer, marks it
   /// unanswered and logs its description. Always true: a headless loop never waits.
   bool OnModalIdle(ModalFrame& frame) override;
+  /// Counted, for tests that check a menu bar or toolbar was shown again after a change.
+  void OnMenuBarChanged(HWND frame, HMENU bar) override;
+  void OnToolbarChanged(HWND bar) override;
 
   /// Moves the clock forward by `ms`. Timers that come due wait in their queues until a
   /// message loop retrieves them.
@@ -46,10 +49,16 @@ class OSTRUM_API HeadlessBackend : public IDesktopBackend {
   /// The descriptions of the frames ended unanswered since the last call, in order; the log
   /// is emptied.
   std::vector<std::wstring> TakeUnansweredModals();
+  /// How often a menu bar was shown again (SetMenu, DrawMenuBar) and a toolbar changed, since
+  /// the process started.
+  uint64_t GetMenuBarChangeCount() const { return m_menu_bar_changes.load(); }
+  uint64_t GetToolbarChangeCount() const { return m_toolbar_changes.load(); }
 
  private:
   std::atomic<uint64_t> m_now;
-  std::atomic<int64_t> m_screen;  // width in the high half, height in the low half
+  std::atomic<int64_t> m_screen;
+  std::atomic<uint64_t> m_menu_bar_changes{0};
+  std::atomic<uint64_t> m_toolbar_changes{0};  // width in the high half, height in the low half
   std::mutex m_mutex;
   ModalResponder m_responder;
   std::vector<std::wstring> m_unanswered;

@@ -15,6 +15,8 @@ void IDesktopBackend::PollEvents() {}
 void IDesktopBackend::OnWindowChanged(HWND, WindowChange, const WindowView&) {}
 void IDesktopBackend::OnCursorChanged(HCURSOR) {}
 void IDesktopBackend::OnCaptureChanged(HWND) {}
+void IDesktopBackend::OnMenuBarChanged(HWND, HMENU) {}
+void IDesktopBackend::OnToolbarChanged(HWND) {}
 void IDesktopBackend::OnModalBegin(ModalFrame&) {}
 bool IDesktopBackend::OnModalIdle(ModalFrame&) { return false; }
 void IDesktopBackend::OnModalEnd(ModalFrame&) {}

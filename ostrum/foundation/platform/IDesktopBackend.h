@@ -66,6 +66,10 @@ class OSTRUM_API IDesktopBackend {
   /// The mouse capture went to `owner`, or was released (null): a desktop backend grabs or
   /// releases the real mouse.
   virtual void OnCaptureChanged(HWND owner);
+  /// The menu bar of `frame` is to be shown as it is now (SetMenu, DrawMenuBar); null for none.
+  virtual void OnMenuBarChanged(HWND frame, HMENU bar);
+  /// A toolbar control's buttons or images changed.
+  virtual void OnToolbarChanged(HWND bar);
 
   // --- modal loops: the model runs every loop, the backend only shows ---
   /// A frame begins; a desktop backend shows what belongs to it without a loop of its own.

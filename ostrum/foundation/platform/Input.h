@@ -37,5 +37,8 @@ OSTRUM_API bool InputActivate(HWND top);
 OSTRUM_API bool InputResize(HWND top, int cx, int cy);
 /// The user asks to close a top-level window: its thread retrieves WM_SYSCOMMAND with SC_CLOSE.
 OSTRUM_API bool InputCloseRequest(HWND top);
+/// The user chooses the command `id` from the menu bar of `frame`: WM_COMMAND (id, 0) is
+/// posted to the frame. False if the frame's menu bar has no enabled command `id`.
+OSTRUM_API bool InputMenuCommand(HWND frame, UINT id);
 
 }  // namespace Ostrum::Desktop

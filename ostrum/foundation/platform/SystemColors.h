@@ -24,6 +24,8 @@ constexpr int COLOR_BTNFACE = 15;
 constexpr int COLOR_BTNSHADOW = 16;
 constexpr int COLOR_GRAYTEXT = 17;
 constexpr int COLOR_BTNTEXT = 18;
+constexpr int COLOR_INACTIVECAPTIONTEXT = 19;
+constexpr int COLOR_BTNHIGHLIGHT = 20;
 
 /// The colour of part `index` (COLOR_*), 0x00BBGGRR; 0 for an index it does not know.
 OSTRUM_API DWORD GetSysColor(int index);

@@ -349,7 +349,10 @@ bool MSAXReader::_Dispatch(ISAXPersist& handler) {
   // 3. The commit.
   m_committing = true;
   m_refusal_actions.clear();
-  for (std::size_t i = 0; i < m_participants.size(); ++i) m_participants[i]->InitAfterLoading();
+  // Newest first: an object is initialised before whatever took part before it (the container
+  // that made it, the repository that staged it), whose own initialisation may delete what
+  // it no longer needs.
+  for (std::size_t i = m_participants.size(); i-- > 0;) m_participants[i]->InitAfterLoading();
   handler.InitAfterLoading();
   m_error.clear();
   return true;

@@ -15,7 +15,8 @@
 //   2. ResolveReferences is called once on every object that asked (AddToReferenceResolver), in
 //      the order they first asked; then the load checks run.
 //   3. InitAfterLoading is called once on every object that was given charge of an element or
-//      asked for resolution, in the order they first did, and last on the handler given to Read.
+//      asked for resolution, the newest first (an object before the container that made it,
+//      which may then delete what it no longer needs), and last on the handler given to Read.
 //
 // A handler refuses the file with Refuse, at any time before step 3. A refused read calls the
 // refusal actions the handlers registered (AddRefusalAction), newest first, so that each takes

@@ -11,6 +11,7 @@ OSTRUM_PACKAGES=(
   libgtest-dev libgmock-dev libbenchmark-dev
   libxml2-dev libpng-dev
   qt6-base-dev
+  clang
 )
 
 ostrum_install_missing() {

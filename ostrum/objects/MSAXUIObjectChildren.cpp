@@ -8,10 +8,6 @@
 #include "ostrum/foundation/markup/MStreamTextIn.h"
 #include "ostrum/objects/UIObject.h"
 
-ISAXPersistHelper::~ISAXPersistHelper() = default;
-
-template class MSAXPersistHelper<UIObject>;
-
 namespace {
 
 std::uint32_t NumberOf(UIObject const* slot) {

@@ -15,8 +15,7 @@
 
 #include "ostrum/Export.h"
 #include "ostrum/objects/MSAXPersistHelper.h"
-
-class UIObject;
+#include "ostrum/objects/UIObject.h"
 
 class OSTRUM_API MSAXUIObjectChildren : public MSAXPersistHelper<UIObject> {
  public:

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -236,6 +237,48 @@ TEST_F(PlanFile, ABadPlanLeavesDatabaseAndRepositoryAsTheyWere) {
   // The plan whole goes in beside what is there.
   ASSERT_TRUE(Open(good)) << error;
   EXPECT_EQ(Tree(), "p(q) p(q)");
+}
+
+// A short deterministic run of what the fuzz harnesses do at length: a real plan damaged at
+// random (bytes changed, cut out or repeated) is either refused with nothing changed or read
+// whole into a sane tree.
+TEST_F(PlanFile, RandomlyDamagedPlansAreRefusedUnchangedOrReadWhole) {
+  Part* p = Add("p", nullptr, Rep().GetSystemMm());
+  MCoordinateSystem a = Rep().CreateNewSystem(Move(1, 2, 3), Rep().GetSystemMm(), L"a");
+  Add("q", p, a);
+  Add("r", p, Rep().CreateNewSystem(Move(0, 1, 0), a));
+  std::string const good = Save();
+  a.SetUndefined();
+  db.ClearAll();
+  Rep().DeleteUnreferencedSystems();
+  std::string const before = State();
+  std::mt19937 random(20261123);
+  char const alphabet[] = "<>/=\"' 0123456789-.eabcCTSWXmn&;#";
+  int accepted = 0, refused = 0;
+  for (int round = 0; round < 2000; ++round) {
+    std::string file = good;
+    for (int n = 1 + static_cast<int>(random() % 3); n > 0; --n) {
+      std::size_t const at = random() % file.size();
+      std::size_t const length = std::min<std::size_t>(1 + random() % 12, file.size() - at);
+      switch (random() % 3) {
+        case 0: file[at] = alphabet[random() % (sizeof alphabet - 1)]; break;
+        case 1: file.erase(at, length); break;
+        default: file.insert(at, file.substr(at, length)); break;
+      }
+    }
+    if (!Open(file)) {
+      ++refused;
+      ASSERT_EQ(State(), before) << file;
+      continue;
+    }
+    ++accepted;
+    ASSERT_TRUE(Rep().Sanity()) << file;
+    db.ClearAll();
+    Rep().DeleteUnreferencedSystems();
+    ASSERT_EQ(State(), before) << file;
+  }
+  EXPECT_GT(refused, 100);
+  EXPECT_GT(accepted, 10);
 }
 
 }  // namespace

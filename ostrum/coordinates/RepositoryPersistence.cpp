@@ -164,13 +164,12 @@ bool MCoordinateSystem::ReadCoordinateSystem(MSAXReader& reader) {
   }
   RepositoryLoad* const load = repository->_BeginLoad(reader);
   if (!load) return false;
-  for (auto const& entry : load->handles)
-    if (entry.first == this) {
-      reader.Refuse(L"a coordinate system read twice for one holder");
-      return false;
-    }
   std::wstring text;
   if (!reader.ReadValue(text)) return false;
+  if (!load->handles_read.insert(this).second) {
+    reader.Refuse(L"a coordinate system read twice for one holder");
+    return false;
+  }
   // From here the field holds a number: the node held so far is remembered, still counted.
   load->handles.emplace_back(this, m_system);
   m_system = nullptr;

@@ -2,9 +2,10 @@
 
 #include "ostrum/foundation/markup/MSAXWriter.h"
 
-MSAXTagWriter::MSAXTagWriter(MSAXWriter& writer, std::wstring const& tag)
-    : m_writer(writer), m_tag(tag), m_open(writer.WriteStartTag(tag)) {}
+MSAXTagWriter::MSAXTagWriter(MSAXWriter& writer, std::wstring_view tag)
+    : m_writer(writer), m_depth(writer.m_depth), m_open(writer.WriteStartTag(tag)) {}
 
 MSAXTagWriter::~MSAXTagWriter() {
-  if (m_open) m_writer.WriteEndTag(m_tag);
+  // The element opened here is the innermost one again; closing it needs no name.
+  if (m_open) m_writer._EndElementOpenedAt(m_depth);
 }

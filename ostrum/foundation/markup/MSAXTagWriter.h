@@ -1,7 +1,7 @@
 #pragma once
 // MSAXTagWriter: an element open for the life of a scope.
 
-#include <string>
+#include <string_view>
 
 #include "ostrum/Export.h"
 
@@ -11,7 +11,7 @@ class MSAXWriter;
 /// by an early return or an exception, so that a failed write never leaves an element open.
 class OSTRUM_API MSAXTagWriter {
  public:
-  MSAXTagWriter(MSAXWriter& writer, std::wstring const& tag);
+  MSAXTagWriter(MSAXWriter& writer, std::wstring_view tag);
   MSAXTagWriter(MSAXTagWriter const&) = delete;
   MSAXTagWriter& operator=(MSAXTagWriter const&) = delete;
   /// Closes the element if it was opened.
@@ -21,6 +21,6 @@ class OSTRUM_API MSAXTagWriter {
 
  private:
   MSAXWriter& m_writer;
-  std::wstring m_tag;
+  int m_depth;  // the writer's depth before the element was opened
   bool m_open;
 };

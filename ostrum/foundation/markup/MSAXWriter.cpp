@@ -88,7 +88,7 @@ bool MSAXWriter::_Fail() {
   return false;
 }
 
-bool MSAXWriter::WriteStartTag(std::wstring const& tag) {
+bool MSAXWriter::WriteStartTag(std::wstring_view tag) {
   if (m_failed || m_ended || !ToXmlName(m_impl->name, tag)) return _Fail();
   if (xmlTextWriterStartElement(m_impl->writer, X(m_impl->name)) < 0) return _Fail();
   if (m_impl->open.size() <= static_cast<std::size_t>(m_depth)) m_impl->open.resize(m_depth + 1);
@@ -97,7 +97,7 @@ bool MSAXWriter::WriteStartTag(std::wstring const& tag) {
   return true;
 }
 
-bool MSAXWriter::WriteEndTag(std::wstring const& tag) {
+bool MSAXWriter::WriteEndTag(std::wstring_view tag) {
   if (m_failed || m_depth == 0 || !ToXmlName(m_impl->name, tag)) return _Fail();
   // A different name than the open element's means the caller lost count.
   if (m_impl->open[m_depth - 1] != m_impl->name) return _Fail();
@@ -106,7 +106,14 @@ bool MSAXWriter::WriteEndTag(std::wstring const& tag) {
   return true;
 }
 
-bool MSAXWriter::WriteValue(std::wstring const& tag, std::wstring const& value) {
+bool MSAXWriter::_EndElementOpenedAt(int depth) {
+  if (m_failed || m_depth != depth + 1) return _Fail();
+  if (xmlTextWriterEndElement(m_impl->writer) < 0) return _Fail();
+  --m_depth;
+  return true;
+}
+
+bool MSAXWriter::WriteValue(std::wstring_view tag, std::wstring_view value) {
   if (m_failed || m_ended || !ToXmlName(m_impl->name, tag) || !ToXmlText(m_impl->text, value)) return _Fail();
   if (xmlTextWriterWriteElement(m_impl->writer, X(m_impl->name), X(m_impl->text)) < 0) return _Fail();
   return true;
@@ -121,8 +128,10 @@ std::uint32_t MSAXWriter::_Id(ISAXReference const* reference) {
 
 bool MSAXWriter::RegisterReference(ISAXReference const* reference) {
   if (m_failed || m_ended || !reference || m_depth == 0) return _Fail();
-  std::uint32_t const id = _Id(reference);
-  std::uint32_t& entry = m_ids[reference];
+  auto const [it, inserted] = m_ids.try_emplace(reference, m_next_id << 1);
+  if (inserted) ++m_next_id;
+  std::uint32_t& entry = it->second;
+  std::uint32_t const id = entry >> 1;
   if (entry & 1) return _Fail();
   char digits[16];
   auto const end = std::to_chars(digits, digits + sizeof digits - 1, id).ptr;
@@ -134,7 +143,7 @@ bool MSAXWriter::RegisterReference(ISAXReference const* reference) {
   return true;
 }
 
-bool MSAXWriter::WriteReference(std::wstring const& tag, ISAXReference const* reference) {
+bool MSAXWriter::WriteReference(std::wstring_view tag, ISAXReference const* reference) {
   if (m_failed || m_ended || !ToXmlName(m_impl->name, tag)) return _Fail();
   std::uint32_t const id = reference ? _Id(reference) : 0;
   char digits[16];
@@ -144,13 +153,13 @@ bool MSAXWriter::WriteReference(std::wstring const& tag, ISAXReference const* re
   return true;
 }
 
-bool MSAXWriter::_WriteTrimmedCharData(std::wstring const& text) {
+bool MSAXWriter::_WriteTrimmedCharData(std::wstring_view text) {
   if (m_failed || m_ended || m_depth == 0) return _Fail();
   auto blank = [](wchar_t c) { return c == L' ' || c == L'\t' || c == L'\n' || c == L'\r'; };
   std::size_t begin = 0, end = text.size();
   while (begin < end && blank(text[begin])) ++begin;
   while (end > begin && blank(text[end - 1])) --end;
-  if (!ToXmlText(m_impl->text, std::wstring_view(text).substr(begin, end - begin))) return _Fail();
+  if (!ToXmlText(m_impl->text, text.substr(begin, end - begin))) return _Fail();
   if (xmlTextWriterWriteString(m_impl->writer, X(m_impl->text)) < 0) return _Fail();
   return true;
 }

@@ -22,6 +22,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 
 #include "ostrum/Export.h"
@@ -37,20 +38,20 @@ class OSTRUM_API MSAXWriter {
   ~MSAXWriter();
 
   /// Opens the element `tag`; false for a name that is no XML name.
-  bool WriteStartTag(std::wstring const& tag);
+  bool WriteStartTag(std::wstring_view tag);
   /// Closes the innermost open element, which must be `tag`.
-  bool WriteEndTag(std::wstring const& tag);
+  bool WriteEndTag(std::wstring_view tag);
   /// Writes the element `tag` with `value` as its text (escaped as XML needs).
-  bool WriteValue(std::wstring const& tag, std::wstring const& value);
+  bool WriteValue(std::wstring_view tag, std::wstring_view value);
   /// Gives `reference` its number, if it has none yet, and writes it as the attribute "id" of
   /// the element just opened. False without an open element whose content has not started, for
   /// a null reference, and for one already defined in this document.
   bool RegisterReference(ISAXReference const* reference);
   /// Writes the element `tag` whose text is the number of `reference` (given now if it has
   /// none yet); a null reference is written as 0.
-  bool WriteReference(std::wstring const& tag, ISAXReference const* reference);
+  bool WriteReference(std::wstring_view tag, ISAXReference const* reference);
   /// Writes `text` without its leading and trailing white space as the text of the open element.
-  bool _WriteTrimmedCharData(std::wstring const& text);
+  bool _WriteTrimmedCharData(std::wstring_view text);
 
   /// Significant digits of the numbers written by AppendNumber; 0 (the default) means as many
   /// as it takes to read back the same double.
@@ -70,7 +71,10 @@ class OSTRUM_API MSAXWriter {
   std::size_t GetNumberOfReferences() const { return m_ids.size(); }
 
  private:
+  friend class MSAXTagWriter;
   struct Impl;
+  // Closes the innermost open element, which the caller opened at `depth` (its depth before).
+  bool _EndElementOpenedAt(int depth);
   // The number of `reference`, new if it has none.
   std::uint32_t _Id(ISAXReference const* reference);
   bool _Fail();

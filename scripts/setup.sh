@@ -14,6 +14,7 @@ OSTRUM_PACKAGES=(
   qt6-base-dev
   libepoxy-dev libegl-dev libegl-mesa0 libgl1-mesa-dri
   libfreetype-dev libfontconfig-dev fonts-dejavu-core
+  clang
 )
 
 ostrum_install_missing() {

@@ -1,12 +1,16 @@
 #include "LifecycleScenario.h"
 
+#include <spawn.h>
 #include <stdlib.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <string>
+#include <vector>
 
 #include "PlannerTrace.h"
 #include "ostrum/coordinates/MTransformRepositoryEx.h"
@@ -16,9 +20,13 @@
 #include "ostrum/foundation/core/CharacterSetConversions.h"
 #include "ostrum/foundation/core/SafeFileWriter.h"
 #include "ostrum/foundation/geometry/MMTransformMatrix.h"
+#include "ostrum/foundation/markup/MSAXReader.h"
+#include "ostrum/foundation/markup/MSAXTagWriter.h"
+#include "ostrum/foundation/markup/MSAXWriter.h"
 #include "ostrum/foundation/platform/MessageLoop.h"
 #include "ostrum/objects/UIObject.h"
 #include "ostrum/operations/MOperation.h"
+#include "ostrum/persistence/MSCObjectFactory.h"
 #include "ostrum/undo/Manager.h"
 
 namespace planner {
@@ -27,8 +35,68 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// The planner's project document: each part a line "label x y z" (its place in millimetres,
-// under the part above it when indented), written safely and read back by add operations.
+// A part of the plan as the project file holds it: its label, a reference to its coordinate
+// system and the references of its children.
+class PlanPart : public UIObject, public ISAXPersist {
+ public:
+  bool Write(MSAXWriter& writer) const override {
+    MSAXTagWriter element(writer, L"Part");
+    writer.RegisterReference(this);
+    writer.WriteValue(L"Label", GetLabel());
+    GetCoordinateSystem().WriteCoordinateSystem(L"System", writer);
+    _WriteChildrenIDs(writer);
+    return writer.IsGood();
+  }
+  bool HandleTag(const std::wstring& tag, MSAXReader& reader) override {
+    if (tag == L"Label") {
+      std::wstring label;
+      reader.ReadValue(label);
+      SetLabel(label.c_str());
+      return true;
+    }
+    if (tag == L"System") return _ReadCoordinateSystem(reader);
+    return _HandleTagChildrenIDs(tag, reader);
+  }
+};
+
+// The planner's reader of its project file: the coordinate systems go to the repository, each
+// part is made by the factory from its tag and waits here until the whole file is in; only
+// then do the parts enter the database (their tree is rebuilt by their child lists). A file
+// that is refused leaves the document as it was, and the parts made for it are deleted.
+class PlanReader : public ISAXPersist {
+ public:
+  explicit PlanReader(MDataBase& database) : m_database(database) {}
+  ~PlanReader() override {
+    for (UIObject* part : m_staged) delete part;
+  }
+  bool HandleTag(const std::wstring& tag, MSAXReader& reader) override {
+    if (tag == L"Plan") return true;
+    if (tag == L"Transforms") {
+      reader.DelegateElement(MTransformRepositoryEx::GetInstance());
+      return true;
+    }
+    ISAXPersist* made = Ostrum::MSCObjectFactory::CreateObjectForTag(tag, reader.GetParentTag(1));
+    auto* part = dynamic_cast<UIObject*>(made);
+    if (!part) {
+      delete made;
+      return false;
+    }
+    m_staged.push_back(part);
+    reader.DelegateElement(made);
+    return true;
+  }
+  void InitAfterLoading() override {
+    for (UIObject* part : m_staged)
+      if (!part->GetParent()) m_database.AddObject(part);
+    m_staged.clear();
+  }
+
+ private:
+  MDataBase& m_database;
+  std::vector<UIObject*> m_staged;
+};
+
+// The planner's project document: its plan with the coordinate systems, as XML.
 class ProjectDocument : public MDocument {
  public:
   ~ProjectDocument() override {
@@ -40,7 +108,7 @@ class ProjectDocument : public MDocument {
 
   UIObject* Add(const std::wstring& label, double x, double y, double z, UIObject* parent) {
     MTransformRepositoryEx* repository = GetTransformRep();
-    auto* part = new UIObject;
+    auto* part = new PlanPart;
     part->SetLabel(label.c_str());
     MMTransformMatrix place;
     place.MakeTranslation(x, y, z);
@@ -52,6 +120,7 @@ class ProjectDocument : public MDocument {
     if (parent) part->MoveToParent(parent);
     return part;
   }
+  const std::wstring& LoadError() const { return m_load_error; }
 
  protected:
   bool _CreateContents() override {
@@ -60,48 +129,28 @@ class ProjectDocument : public MDocument {
     return true;
   }
   EResultIO _SaveDocument(const wchar_t* path) override {
+    MSAXWriter writer;
+    {
+      MSAXTagWriter plan(writer, L"Plan");
+      GetTransformRep()->Write(writer);
+      for (size_t i = 0; i < m_database->GetNumObjects(); ++i)
+        if (auto* part = dynamic_cast<PlanPart*>(m_database->GetObjectW(i))) part->Write(writer);
+    }
+    if (!writer.EndDocument()) return RESULT_IO_FAILED;
     Ostrum::SafeFileWriter file(path);
-    std::string text = "ostrum-plan 1\n";
-    Write(m_database->GetRootUIObject(), 0, text);
-    return file.Write(text) && file.Commit() ? RESULT_IO_OK : RESULT_IO_FAILED;
+    return file.Write(writer.GetOutput()) && file.Commit() ? RESULT_IO_OK : RESULT_IO_FAILED;
   }
   bool _LoadDocument(const wchar_t* path) override {
-    std::ifstream in{fs::path(path)};
-    std::string line;
-    if (!std::getline(in, line) || line != "ostrum-plan 1") return false;
-    UIObject* last_at_depth[16] = {};
-    while (std::getline(in, line)) {
-      size_t depth = 0;
-      while (depth < line.size() && line[depth] == ' ') ++depth;
-      std::istringstream fields(line.substr(depth));
-      std::string label;
-      double x = 0, y = 0, z = 0;
-      if (!(fields >> label >> x >> y >> z) || depth / 2 >= 15) return false;
-      UIObject* parent = depth >= 2 ? last_at_depth[depth / 2 - 1] : nullptr;
-      last_at_depth[depth / 2] =
-          Add(std::wstring(label.begin(), label.end()), x, y, z, parent);
-    }
-    return true;
+    PlanReader plan(*m_database);
+    MSAXReader reader;
+    const bool read = reader.ReadFile(path, plan);
+    m_load_error = reader.GetError();
+    return read;
   }
 
  private:
-  void Write(const UIObject& parent, int depth, std::string& text) {
-    MTransformRepositoryEx* repository = GetTransformRep();
-    for (UIObject* part : parent.GetChildren()) {
-      const MCoordinateSystem& system = part->GetCoordinateSystem();
-      const MCoordinateSystem& above =
-          part->GetParent() && part->GetParent() != &m_database->GetRootUIObject() ? part->GetParent()->GetCoordinateSystem()
-                                                                                   : repository->GetSystemMm();
-      const MMPoint3d<double> p = repository->GetTransform(system, above)(MMPoint3d<double>());
-      const std::wstring label = part->GetLabel();
-      char numbers[96];
-      std::snprintf(numbers, sizeof numbers, " %g %g %g\n", p.x, p.y, p.z);
-      text += std::string(2 * static_cast<size_t>(depth), ' ') + std::string(label.begin(), label.end()) + numbers;
-      Write(*part, depth + 1, text);
-    }
-  }
-
   MDataBase* m_database = nullptr;
+  std::wstring m_load_error;
 };
 
 std::wstring Where(MDocument& doc, UIObject* part) {
@@ -125,7 +174,23 @@ void TraceState(ProjectDocument& doc, const wchar_t* when) {
 
 }  // namespace
 
+void RegisterPlanParts() {
+  Ostrum::MSCObjectFactory::RegisterCreatorForTag([] { return static_cast<ISAXPersist*>(new PlanPart); }, L"Part",
+                                                  L"Plan");
+}
+
+void RunOpenPlan(const std::wstring& path) {
+  RegisterPlanParts();
+  ProjectDocument doc;
+  Heading(L"a fresh run of the planner opens the project file");
+  const bool opened = doc.OnOpenDocument(path.c_str());
+  doc.SetTitle(L"plan.ostrum");
+  if (!opened) Trace(L"the file was refused: " + doc.LoadError());
+  TraceState(doc, L"opened");
+}
+
 void RunLifecycleScenario() {
+  RegisterPlanParts();
   char pattern[] = "/tmp/ostrum-planner-project-XXXXXX";
   if (!mkdtemp(pattern)) return;
   const fs::path directory = pattern;
@@ -152,6 +217,19 @@ void RunLifecycleScenario() {
     doc.OnOpenDocument(file.wstring().c_str());
     doc.SetTitle(L"plan.ostrum");
     TraceState(doc, L"opened");
+  }
+  {
+    // A new process of the planner, which starts with nothing but its default systems.
+    std::fflush(stdout);
+    const std::string self = fs::read_symlink("/proc/self/exe").string();
+    const std::string native = file.string();
+    char* const arguments[] = {const_cast<char*>(self.c_str()), const_cast<char*>("--open-plan"),
+                               const_cast<char*>(native.c_str()), nullptr};
+    pid_t child = 0;
+    int status = 0;
+    if (posix_spawn(&child, self.c_str(), nullptr, nullptr, arguments, environ) == 0)
+      waitpid(child, &status, 0);
+    Trace(std::wstring(L"the fresh run ended ") + (WIFEXITED(status) && WEXITSTATUS(status) == 0 ? L"well" : L"badly"));
   }
   {
     Heading(L"the planner's file type, known to the desktop");

@@ -24,6 +24,7 @@
 #include "WizardScenario.h"
 #include "ostrum/document/MApplicationController.h"
 #include "ostrum/document/MLocker.h"
+#include "ostrum/foundation/core/CharacterSetConversions.h"
 #include "ostrum/undo/Manager.h"
 
 using namespace planner;
@@ -57,6 +58,12 @@ int main(int argc, char** argv) {
     if (arg == "--plan-png" && i + 1 < argc) plan_png = argv[++i];
   }
   FillStringTable();
+  // --open-plan FILE: a fresh run that opens a project file saved by an earlier one.
+  if (argc > 2 && std::string(argv[1]) == "--open-plan") {
+    Ostrum::MApplicationController::GetInstance();
+    planner::RunOpenPlan(CharacterSetConversions::FromNativePath(argv[2]));
+    return 0;
+  }
   // The application controller starts the user-interface thread's deferred-task session (undo
   // steps that leave a history are destroyed in it at idle time) and ends it at exit.
   Ostrum::MApplicationController::GetInstance();

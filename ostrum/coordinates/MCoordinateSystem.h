@@ -22,7 +22,10 @@
 
 class MMTransform;
 class MMTransformMatrix;
+class MSAXReader;
+class MSAXWriter;
 class MTransformRepository;
+class MTransformRepositoryEx;
 
 class OSTRUM_API MCoordinateSystem : public ICoordinateSystem, public ISAXPersist, public ITransformable {
  public:
@@ -104,6 +107,24 @@ class OSTRUM_API MCoordinateSystem : public ICoordinateSystem, public ISAXPersis
   bool CanRotate() const override { return true; }
   bool CanRescale() const override { return true; }
 
+  // --- the handle in a project file: a reference to its node (format with the repository) ---
+
+  /// Writes the element `tag` whose text is the number of the node (0 when undefined).
+  bool WriteCoordinateSystem(wchar_t const* tag, MSAXWriter& writer) const;
+  /// Reads the element being offered as the reference to this handle's system. The handle
+  /// takes the system once the whole file is in (the application repository counts it then);
+  /// the system it had until then is given up only if the read succeeds. Refuses the file
+  /// (false) without an application repository, when the handle is read twice in one file or
+  /// the text is no reference number; an empty text is false and leaves the handle alone.
+  bool ReadCoordinateSystem(MSAXReader& reader);
+  /// Nothing: a handle has no element of its own.
+  void SetDefaults() override {}
+  /// Turns the number read into the node; a number no element defined refuses the file.
+  void ResolveReferences(MSAXReader& reader) override;
+  void InitAfterLoading() override {}
+  /// True, writing nothing: a handle is written as a reference by WriteCoordinateSystem.
+  bool Write(MSAXWriter& writer) const override;
+
   // --- conversion into this system, through the process-wide repository ---
 
   /// out = `in` taken from `source` into this system. A null `source` means the millimetre
@@ -117,6 +138,7 @@ class OSTRUM_API MCoordinateSystem : public ICoordinateSystem, public ISAXPersis
 
  private:
   friend class MTransformRepository;
+  friend class MTransformRepositoryEx;
 
   /// A handle on `system` (null: undefined); for the repository.
   explicit MCoordinateSystem(MTransformRepositoryCoordinateSystem* system) : m_system(system) {

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "ostrum/coordinates/ITransformRepositoryNotifyDelete.h"
+#include "ostrum/coordinates/private/RepositoryLoad.h"
 #include "ostrum/foundation/geometry/MMTransformMatrix.h"
 
 MTransformRepository* MTransformRepository::mgp_instance = nullptr;

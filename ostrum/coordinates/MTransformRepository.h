@@ -17,6 +17,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <vector>
 
 #include "ostrum/Export.h"
@@ -29,6 +30,7 @@
 class ITransformRepositoryNotifyDelete;
 namespace Ostrum::Private {
 class ScratchRepositoryScope;
+struct RepositoryLoad;
 }  // namespace Ostrum::Private
 class MMTransform;
 class MMTransformMatrix;
@@ -143,6 +145,30 @@ class OSTRUM_API MTransformRepository : public ISAXPersist, public ICoordinateSy
   };
   CacheStatistics const& GetCacheStatistics() const { return m_statistics; }
   void ResetCacheStatistics() { m_statistics = CacheStatistics(); }
+  // --- the repository in a project file ---
+  //
+  // Written as "CoordinateSystems" (a "CoordinateSystem" per saved node, in list order, each
+  // with its number, "To", "Label" and "TransformMatrix") and "World" (the root's element).
+  // Read back into this running repository: the nodes of the file are staged and enter the
+  // list only when the whole file has been read, resolved and checked (no loops, no system
+  // deeper than kMaxDepth - 1, no unknown reference), so a refused file leaves the repository
+  // as it was. The staged nodes are held by nobody: handles read in the same file give them
+  // their weight when the load completes, and nodes no handle reaches are deleted then.
+
+  /// Writes nothing: the application repository writes the tree (MTransformRepositoryEx).
+  bool Write(MSAXWriter& writer) const override;
+  /// "CoordinateSystems" and "World" (true); a "CoordinateSystem" inside "World" is taken by
+  /// the root's stand-in, any other by a new staged node. Other tags are not the repository's.
+  bool HandleTag(std::wstring const& tag, MSAXReader& reader) override;
+  /// The file's number of the world comes to mean the root (so that references to it resolve
+  /// to the running root).
+  void ResolveReferences(MSAXReader& reader) override;
+  /// The commit: the staged nodes join the list in file order, the root takes the label of
+  /// the "World" element. Nothing when no load is under way.
+  void InitAfterLoading() override;
+  /// True while a file is being read into the repository.
+  bool IsLoading() const { return m_load != nullptr; }
+
   /// A copy of GetTransform(from, to), owned by the caller.
   MMTransform const* CreateTransform(MCoordinateSystem const& from, MCoordinateSystem const& to) const;
   /// The same, writable.
@@ -153,6 +179,30 @@ class OSTRUM_API MTransformRepository : public ISAXPersist, public ICoordinateSy
 
   /// Sets the label of the root.
   void _SetAbsoluteWorldUnit(wchar_t const* unit);
+
+  /// Writes "CoordinateSystems" with a "CoordinateSystem" for each node not marked DontSave, in
+  /// list order, then "World" with the root's element. True unless writing failed.
+  bool _WriteCoordinateSystems(MSAXWriter& writer) const;
+  /// The load of `reader` into this repository, begun now if none is under way (the repository
+  /// then asks for resolution, a check and a refusal action). Null, and the file refused, when
+  /// another file is being read into it.
+  Ostrum::Private::RepositoryLoad* _BeginLoad(MSAXReader& reader);
+  /// The load under way, or null.
+  Ostrum::Private::RepositoryLoad* _GetLoad() const { return m_load.get(); }
+  /// Checks the staged nodes as a whole (run after every reference is resolved): false, with
+  /// the file refused, for a loop, a system too deep or a "World" element with a parent.
+  virtual bool _CheckLoad(MSAXReader& reader);
+  /// Moves the staged nodes into the list and gives the root the world's label; the load state
+  /// stays for the caller, which ends it with _EndLoad.
+  void _CommitLoadedSystems();
+  /// Ends the load: the handles read take their nodes (counted now) and give up what they held
+  /// before, the load state goes and nodes nobody holds are deleted.
+  void _EndLoad();
+  /// Called by _EndLoad once the handles read count: a derived repository takes over the
+  /// systems the file gave its own handles. Nothing here.
+  virtual void _TakeOverLoadedSystems(Ostrum::Private::RepositoryLoad& load);
+  /// Takes back a refused load: staged nodes deleted, handles read given back what they held.
+  void _AbandonLoad();
   /// Tells every subscriber TransformRepositoryWokeUpAgain, in order.
   void _NotifyWokeUp();
 
@@ -194,6 +244,7 @@ class OSTRUM_API MTransformRepository : public ISAXPersist, public ICoordinateSy
 
  private:
   friend class MTransformRepositoryCoordinateSystem;
+  friend class MCoordinateSystem;
   using Node = MTransformRepositoryCoordinateSystem;
 
   // -1 for the root, the index in the list, -2 if absent.
@@ -256,6 +307,8 @@ class OSTRUM_API MTransformRepository : public ISAXPersist, public ICoordinateSy
   // Working lists of the query, kept so that a miss allocates nothing but its result.
   mutable Path m_from_path, m_to_path, m_walk_from, m_walk_to;
   mutable std::vector<MMTransform*> m_concat_list;
+  // The file being read into the repository, if any.
+  std::unique_ptr<Ostrum::Private::RepositoryLoad> m_load;
 
   static MTransformRepository* mgp_instance;
 

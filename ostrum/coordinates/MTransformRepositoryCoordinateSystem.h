@@ -18,7 +18,10 @@
 #include "ostrum/foundation/markup/ISAXPersist.h"
 
 class MMTransform;
+class MSAXReader;
+class MSAXWriter;
 class MTransformRepository;
+class MTransformRepositoryEx;
 
 class OSTRUM_API MTransformRepositoryCoordinateSystem : public ISAXPersist {
  public:
@@ -68,6 +71,22 @@ class OSTRUM_API MTransformRepositoryCoordinateSystem : public ISAXPersist {
   /// The node's own label, possibly empty.
   std::wstring const& GetLabel() const { return m_label; }
 
+  // --- the node's element (see MTransformRepository for the whole) ---
+
+  /// Before its element is read: gives up its weight in its parent chain (a node being loaded
+  /// has none), forgets parent, transform and label.
+  void SetDefaults() override;
+  /// "To" (the reference to the parent), "Label" and "TransformMatrix" (sixteen numbers, row by
+  /// row; an empty text is the identity). A second one of either, a reference or a number that
+  /// cannot be read refuse the file; other tags are not the node's.
+  bool HandleTag(std::wstring const& tag, MSAXReader& reader) override;
+  /// The parent's number becomes the node; a number no element defined, or one that names no
+  /// coordinate system, refuses the file.
+  void ResolveReferences(MSAXReader& reader) override;
+  /// Writes "CoordinateSystem" with the node's number, "To", "Label" (when not empty) and
+  /// "TransformMatrix" (when the transform is a matrix).
+  bool Write(MSAXWriter& writer) const override;
+
   /// True when `parent` is the parent (`direct`) or any node above this one.
   bool ChildOf(MTransformRepositoryCoordinateSystem const* parent, bool direct) const;
   /// This node or the node above it whose parent is `ancestor`; null if the chain ends first.
@@ -91,6 +110,8 @@ class OSTRUM_API MTransformRepositoryCoordinateSystem : public ISAXPersist {
 
  private:
   friend class MTransformRepository;
+  friend class MTransformRepositoryEx;
+  static constexpr std::uint8_t kLoadTo = 1, kLoadLabel = 2, kLoadMatrix = 4, kLoadStaged = 8;
 
   // Deletes this node and the nodes above it whose weight is 0, from the top down.
   void _DeleteDeadChain() const;
@@ -99,6 +120,9 @@ class OSTRUM_API MTransformRepositoryCoordinateSystem : public ISAXPersist {
   MTransformRepositoryCoordinateSystem* m_to = nullptr;
   mutable std::uint32_t m_weight = 0;
   bool m_dont_save = false;
+  // While the node's element is read: which of its parts came already (kLoad* bits), and
+  // whether it is staged by a load rather than in a repository's list.
+  std::uint8_t m_load_flags = 0;
   MMTransform* m_transform = nullptr;
   std::wstring m_label;
   // The repository whose list holds the node, told when it dies; null for a node in no list.

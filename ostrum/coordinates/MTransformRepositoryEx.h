@@ -74,6 +74,22 @@ class OSTRUM_API MTransformRepositoryEx : public MTransformRepository {
   bool GetFlagLoadTransfromRep() const { return m_load_flag; }
   void SetFlagLoadTransfromRep() { m_load_flag = true; }
 
+  // --- the repository in a project file ---
+
+  /// Writes "Transforms": the systems and the world, then the references "SystemUI",
+  /// "SystemMM", "SystemSTL" and the inch flag "SystemUIinMM" ("true" when the user interface
+  /// works in inches, whatever the name says).
+  bool Write(MSAXWriter& writer) const override;
+  /// The base's tags, then "SystemUI" (the node the file gives becomes system UI),
+  /// "SystemSTL" (must be the world), "SystemMM" (the file's millimetre system comes to mean
+  /// the running one, whose scale stays) and "SystemUIinMM" (the inch flag). Each at most once.
+  bool HandleTag(std::wstring const& tag, MSAXReader& reader) override;
+  /// As the base, and the file's number of the millimetre system comes to mean the running one.
+  void ResolveReferences(MSAXReader& reader) override;
+  /// The commit: the staged nodes join the list, system UI and the inch flag are taken over,
+  /// every handle read in the file counts from now on, and nodes nobody holds are deleted.
+  void InitAfterLoading() override;
+
   /// Remembers a handle whose reference was resolved while loading, so that it starts to count
   /// when loading completes. The handle must live until then.
   void AddResolvedCoordinateSystem(MCoordinateSystem* handle) { m_resolved.insert(handle); }
@@ -90,6 +106,8 @@ class OSTRUM_API MTransformRepositoryEx : public MTransformRepository {
     m_version_minor = minor;
   }
   void _SetGUIUnit(bool inch);
+  bool _CheckLoad(MSAXReader& reader) override;
+  void _TakeOverLoadedSystems(Ostrum::Private::RepositoryLoad& load) override;
 
   bool m_load_flag = false;
   bool m_inch = false;

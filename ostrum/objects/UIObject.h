@@ -168,6 +168,18 @@ class OSTRUM_API UIObject : public IObject,
   /// Gives the renderer the transform from this object's system to the millimetre system.
   void _SetRenderTransformObjectWorld(IVRender& renderer) const;
 
+  // --- the object in a project file: a persistent class writes its own element and calls these ---
+
+  /// Writes "Children" with a reference to each child to be saved (MustBeSavedInRoot), in the
+  /// order of the children; nothing when none is to be saved. False if writing failed.
+  bool _WriteChildrenIDs(MSAXWriter& writer) const;
+  /// For "Children": hands the element to a new MSAXUIObjectChildren of this object, which the
+  /// reader owns, and answers true; false for any other tag.
+  bool _HandleTagChildrenIDs(const std::wstring& tag, MSAXReader& reader);
+  /// Reads the element being offered as the reference to this object's coordinate system, which
+  /// the object takes when the file has been read whole (see MCoordinateSystem).
+  bool _ReadCoordinateSystem(MSAXReader& reader) { return m_coordinate_system.ReadCoordinateSystem(reader); }
+
   /// The visibility, for a derived class that walks or copies it.
   const MSceneProperty<bool>& _GetVisibility() const { return m_visibility; }
 

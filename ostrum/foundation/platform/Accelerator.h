@@ -5,6 +5,8 @@
 #include "ostrum/Export.h"
 #include "ostrum/foundation/platform/WinTypes.h"
 
+struct MSG;
+
 struct HACCEL__;
 using HACCEL = HACCEL__*;
 
@@ -30,3 +32,15 @@ OSTRUM_API HACCEL CreateAcceleratorTableW(const ACCEL* entries, int count);
 OSTRUM_API int CopyAcceleratorTableW(HACCEL table, ACCEL* entries, int count);
 /// Frees the table; FALSE for no such table.
 OSTRUM_API BOOL DestroyAcceleratorTable(HACCEL table);
+
+/// The accelerator table `name` (RT_ACCELERATOR) of `instance` (null: the program's own) as a
+/// new table; null with ERROR_RESOURCE_NAME_NOT_FOUND if there is none, or
+/// ERROR_INVALID_PARAMETER if it holds no entry. The resource is a row of 8-byte entries
+/// (flags, key, command, padding as words); the flag 0x80 marks the last.
+OSTRUM_API HACCEL LoadAcceleratorsW(HINSTANCE instance, LPCWSTR name);
+/// Whether `msg` is a key of one of the first `count` entries of `table`: WM_KEYDOWN and
+/// WM_SYSKEYDOWN for virtual-key entries, which need exactly their Shift, Ctrl and Alt held (as
+/// GetKeyState reads them; a WM_SYSKEYDOWN counts as Alt held), and WM_CHAR and WM_SYSCHAR for
+/// character entries, which match their character alone. The first match wins; its command
+/// goes to `*command` if given.
+OSTRUM_API BOOL IsAccelerator(HACCEL table, int count, const MSG* msg, WORD* command);

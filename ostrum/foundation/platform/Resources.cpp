@@ -100,6 +100,18 @@ void SetToolbar(HMODULE module, UINT id, int width, int height, const std::vecto
   SetResource(module, RT_TOOLBAR, id, std::move(bytes));
 }
 
+void SetAccelerators(HMODULE module, UINT id, const std::vector<ACCEL>& entries) {
+  std::vector<BYTE> bytes;
+  for (std::size_t i = 0; i < entries.size(); ++i) {
+    const uint32_t last = i + 1 == entries.size() ? 0x80 : 0;
+    PutWord(bytes, entries[i].fVirt | last, 2);
+    PutWord(bytes, entries[i].key, 2);
+    PutWord(bytes, entries[i].cmd, 2);
+    PutWord(bytes, 0, 2);
+  }
+  SetResource(module, RT_ACCELERATOR, id, std::move(bytes));
+}
+
 void SetBitmap(HMODULE module, UINT id, const BitmapPixels& pixels) {
   BITMAPINFOHEADER header;
   header.biWidth = pixels.width;

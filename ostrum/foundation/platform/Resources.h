@@ -7,10 +7,12 @@
 #include <vector>
 
 #include "ostrum/Export.h"
+#include "ostrum/foundation/platform/Accelerator.h"
 #include "ostrum/foundation/platform/GdiObjects.h"
 #include "ostrum/foundation/platform/WinTypes.h"
 
 #define RT_BITMAP MAKEINTRESOURCEW(2)
+#define RT_ACCELERATOR MAKEINTRESOURCEW(9)
 #define RT_TOOLBAR MAKEINTRESOURCEW(241)
 
 struct HRSRC__;
@@ -38,6 +40,9 @@ OSTRUM_API void SetToolbar(HMODULE module, UINT id, int width, int height, const
 /// Host side: a bitmap resource (RT_BITMAP) from pixels 0x00RRGGBB, rows top down; stored as a
 /// 32-bit BITMAPINFOHEADER and its rows bottom up.
 OSTRUM_API void SetBitmap(HMODULE module, UINT id, const BitmapPixels& pixels);
+/// Host side: an accelerator table (RT_ACCELERATOR): one 8-byte entry per accelerator, the
+/// words flags, key, command and 0, with the flag 0x80 on the last entry.
+OSTRUM_API void SetAccelerators(HMODULE module, UINT id, const std::vector<ACCEL>& entries);
 /// Host side: removes a resource; false if there was none.
 OSTRUM_API bool Remove(HMODULE module, LPCWSTR type, UINT id);
 

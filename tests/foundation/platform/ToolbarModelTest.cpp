@@ -7,6 +7,7 @@
 #include <string>
 
 #include "support/DesktopFixture.h"
+#include "ostrum/foundation/platform/Accelerator.h"
 #include "ostrum/foundation/platform/CControlBar.h"
 #include "ostrum/foundation/platform/CFrameWnd.h"
 #include "ostrum/foundation/platform/GdiObjects.h"
@@ -36,6 +37,50 @@ BitmapPixels Strip(int count) {
 }
 
 class ToolbarModel : public DesktopTest {};
+
+TEST_F(ToolbarModel, AcceleratorTablesAreReadInTheDesktopsLayoutAndMatchKeysWithExactlyTheirModifiers) {
+  namespace Resources = Ostrum::Desktop::Resources;
+  Resources::SetAccelerators(nullptr, 128, {ACCEL{FVIRTKEY | FCONTROL, 'Z', 300}, ACCEL{FVIRTKEY, VK_F5, 301},
+                                            ACCEL{0, 'q', 302}});
+  HRSRC resource = FindResourceW(nullptr, MAKEINTRESOURCEW(128), RT_ACCELERATOR);
+  ASSERT_NE(resource, nullptr);
+  ASSERT_EQ(SizeofResource(nullptr, resource), 24u);
+  const auto* words = static_cast<const WORD*>(LockResource(LoadResource(nullptr, resource)));
+  EXPECT_EQ((std::vector<WORD>(words, words + 12)),
+            (std::vector<WORD>{FVIRTKEY | FCONTROL, 'Z', 300, 0, FVIRTKEY, VK_F5, 301, 0, 0x80, 'q', 302, 0}))
+      << "the last entry carries 0x80";
+  EXPECT_EQ(LoadAcceleratorsW(nullptr, MAKEINTRESOURCEW(129)), nullptr);
+
+  HACCEL table = LoadAcceleratorsW(nullptr, MAKEINTRESOURCEW(128));
+  ASSERT_NE(table, nullptr);
+  ASSERT_EQ(CopyAcceleratorTableW(table, nullptr, 0), 3);
+  MSG msg{};
+  WORD command = 0;
+  auto matches = [&](UINT message, WPARAM key) {
+    msg.message = message;
+    msg.wParam = key;
+    command = 0;
+    return IsAccelerator(table, 3, &msg, &command) != FALSE;
+  };
+  EXPECT_FALSE(matches(WM_KEYDOWN, 'Z')) << "Ctrl is not held";
+  EXPECT_TRUE(matches(WM_KEYDOWN, VK_F5));
+  EXPECT_EQ(command, 301);
+  EXPECT_FALSE(matches(WM_KEYUP, VK_F5)) << "only presses";
+  EXPECT_FALSE(matches(WM_SYSKEYDOWN, VK_F5)) << "Alt counts as held with a system key";
+  SetFocus(Frame());  // the thread's key state follows the keys its windows receive
+  {
+    auto control = user.Hold(VK_CONTROL);
+    EXPECT_TRUE(matches(WM_KEYDOWN, 'Z'));
+    EXPECT_EQ(command, 300);
+    EXPECT_FALSE(matches(WM_KEYDOWN, VK_F5)) << "Ctrl too many";
+    EXPECT_TRUE(matches(WM_CHAR, 'q')) << "a character matches whatever typed it";
+    EXPECT_EQ(command, 302);
+  }
+  EXPECT_FALSE(matches(WM_KEYDOWN, 'q')) << "a character entry is no key";
+  EXPECT_FALSE(IsAccelerator(table, 2, (msg.message = WM_CHAR, &msg), &command)) << "only the first `count` entries";
+  EXPECT_TRUE(DestroyAcceleratorTable(table));
+  EXPECT_FALSE(matches(WM_KEYDOWN, VK_F5)) << "a destroyed table matches nothing";
+}
 
 TEST_F(ToolbarModel, ResourcesAreReadInTheDesktopsLayoutAndBitmapsComeBackMapped) {
   namespace Resources = Ostrum::Desktop::Resources;

@@ -20,6 +20,7 @@
 #include <string>
 #include <vector>
 
+#include "common/BlockObject.h"
 #include "common/Interleaved.h"
 #include "ostrum/deferred/DeferredTaskManager.h"
 #include "ostrum/document/MDocument.h"
@@ -30,36 +31,12 @@
 #include "ostrum/undo/MUndoHandler.h"
 #include "ostrum/undo/Manager.h"
 
+using ostrum_bench::BlockObject;
+
 namespace {
 
 class BenchDocument : public MDocument {};
 
-// Its whole state is one block of bytes; the operation turns the first byte over.
-class BlockObject : public MObject {
- public:
-  explicit BlockObject(size_t size) : bytes(size, 0x5a) {}
-  std::vector<unsigned char> bytes;
-
-  using MObject::LoadState;
-  using MObject::SaveState;
-  bool PrepareOperation(MOperation*) override { return true; }
-  bool DoOperation(MOperation&) override {
-    bytes[0] = static_cast<unsigned char>(~bytes[0]);
-    return true;
-  }
-  bool UndoOperation(MOperation&) override { return true; }
-  bool RedoOperation(MOperation&) override { return true; }
-  void SaveState(const MOperation*, MStreamUndoOut& out) override {
-    out << static_cast<long long>(bytes.size());
-    out.WriteBuffer(bytes.data(), static_cast<int>(bytes.size()));
-  }
-  void LoadState(const MOperation*, MStreamUndoIn& in) override {
-    long long size = 0;
-    in >> size;
-    bytes.resize(static_cast<size_t>(size));
-    in.GetMFile()->READ(bytes.data(), bytes.size());
-  }
-};
 
 bool DoChange(MDocument& document, BlockObject& object) {
   auto* op = new MOperation(MOperation::ACTION_CHANGE_LABEL);

@@ -23,6 +23,7 @@
 #include <vector>
 
 #include "common/Interleaved.h"
+#include "common/BlockObject.h"
 #include "ostrum/deferred/DeferredTaskManager.h"
 #include "ostrum/document/MDocument.h"
 #include "ostrum/foundation/core/MFile.h"
@@ -32,38 +33,14 @@
 #include "ostrum/undo/MStreamUndo.h"
 #include "ostrum/undo/MUndoHandler.h"
 
+using ostrum_bench::BlockObject;
+
 namespace {
 
 std::string g_directory;
 
 class BenchDocument : public MDocument {};
 
-// Its whole state is one block of bytes; the operation turns every byte over.
-class BlockObject : public MObject {
- public:
-  explicit BlockObject(size_t size) : bytes(size, 0x5a) {}
-  std::vector<unsigned char> bytes;
-
-  using MObject::LoadState;
-  using MObject::SaveState;
-  bool PrepareOperation(MOperation*) override { return true; }
-  bool DoOperation(MOperation&) override {
-    bytes[0] = static_cast<unsigned char>(~bytes[0]);
-    return true;
-  }
-  bool UndoOperation(MOperation&) override { return true; }
-  bool RedoOperation(MOperation&) override { return true; }
-  void SaveState(const MOperation*, MStreamUndoOut& out) override {
-    out << static_cast<long long>(bytes.size());
-    out.WriteBuffer(bytes.data(), static_cast<int>(bytes.size()));
-  }
-  void LoadState(const MOperation*, MStreamUndoIn& in) override {
-    long long size = 0;
-    in >> size;
-    bytes.resize(static_cast<size_t>(size));
-    in.GetMFile()->READ(bytes.data(), bytes.size());
-  }
-};
 
 using Session = Ostrum::DeferredTaskManager::ScopedSession;
 

@@ -34,23 +34,14 @@ void MMainFrame::AppendAccelerators(HACCEL table) {
 
 BOOL MMainFrame::OnToolTipText(UINT id, NMHDR* header, LRESULT* result) {
   if (!header) return FALSE;
-  const bool wide = header->code == TTN_NEEDTEXTW;
-  auto* wide_request = reinterpret_cast<TOOLTIPTEXTW*>(header);
-  auto* narrow_request = reinterpret_cast<TOOLTIPTEXTA*>(header);
   // 1. A tool named by its window.
-  if ((wide && (wide_request->uFlags & TTF_IDISHWND)) || (!wide && (narrow_request->uFlags & TTF_IDISHWND)))
-    return CFrameWnd::OnToolTipText(id, header, result);
+  if (ToolTipFlags(*header) & TTF_IDISHWND) return CFrameWnd::OnToolTipText(id, header, result);
   // 2. The tip: what stands behind the first line feed of the command's string.
-  std::wstring tip;
+  std::wstring message;
   const UINT command = static_cast<UINT>(header->idFrom);
-  if (command != 0) {
-    std::wstring full;
-    if (!VarnResLoadStringEx(command, full)) return 0;
-    const size_t feed = full.find(L'\n');
-    if (feed != std::wstring::npos) tip = full.substr(feed + 1);
-  }
+  if (command != 0 && !VarnResLoadStringEx(command, message)) return 0;
   // 3.
-  CopyToolTipText(*header, tip);
+  CopyToolTipText(*header, ToolTipOf(message));
   // 4.
   if (result) *result = 0;
   ::SetWindowPos(header->hwndFrom, nullptr, 0, 0, 0, 0, 531);

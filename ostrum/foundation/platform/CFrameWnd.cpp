@@ -27,23 +27,23 @@ void CFrameWnd::CopyToolTipText(NMHDR& header, const std::wstring& tip) {
     ::WideCharToMultiByte(CP_THREAD_ACP, 0, tip.c_str(), static_cast<int>(tip.size()), text, 79, nullptr, nullptr);
 }
 
+UINT CFrameWnd::ToolTipFlags(const NMHDR& header) {
+  return header.code == TTN_NEEDTEXTW ? reinterpret_cast<const TOOLTIPTEXTW&>(header).uFlags
+                                      : reinterpret_cast<const TOOLTIPTEXTA&>(header).uFlags;
+}
+
+std::wstring CFrameWnd::ToolTipOf(const std::wstring& message) {
+  const size_t feed = message.find(L'\n');
+  return feed == std::wstring::npos ? std::wstring() : message.substr(feed + 1);
+}
+
 BOOL CFrameWnd::OnToolTipText(UINT, NMHDR* header, LRESULT* result) {
   if (!header) return FALSE;
-  const bool wide = header->code == TTN_NEEDTEXTW;
-  auto* wide_request = reinterpret_cast<TOOLTIPTEXTW*>(header);
-  auto* narrow_request = reinterpret_cast<TOOLTIPTEXTA*>(header);
-  const UINT flags = wide ? wide_request->uFlags : narrow_request->uFlags;
   UINT_PTR id = header->idFrom;
-  if (flags & TTF_IDISHWND) id = static_cast<UINT_PTR>(::GetDlgCtrlID(reinterpret_cast<HWND>(id)));
-  std::wstring tip;
-  if (id != 0) {
-    CString message;
-    GetMessageString(static_cast<UINT>(id), message);
-    const std::wstring& full = message.Str();
-    const size_t feed = full.find(L'\n');
-    if (feed != std::wstring::npos) tip = full.substr(feed + 1);
-  }
-  CopyToolTipText(*header, tip);
+  if (ToolTipFlags(*header) & TTF_IDISHWND) id = static_cast<UINT_PTR>(::GetDlgCtrlID(reinterpret_cast<HWND>(id)));
+  CString message;
+  if (id != 0) GetMessageString(static_cast<UINT>(id), message);
+  CopyToolTipText(*header, ToolTipOf(message.Str()));
   if (result) *result = 0;
   ::SetWindowPos(header->hwndFrom, HWND_TOP, 0, 0, 0, 0, SWP_NOACTIVATE | SWP_NOSIZE | SWP_NOMOVE | SWP_NOOWNERZORDER);
   return TRUE;

@@ -60,6 +60,11 @@ class OSTRUM_API CFrameWnd : public CWnd {
   /// Copies `tip` into a tool-tip's request: the wide form at most 79 characters, the narrow one
   /// at most 79 bytes of whole characters, each ended by a zero.
   static void CopyToolTipText(NMHDR& header, const std::wstring& tip);
+  /// The tip of a command's message string: what stands behind its first line feed (nothing
+  /// without one).
+  static std::wstring ToolTipOf(const std::wstring& message);
+  /// The flags of a tool-tip's request, in the wide or the narrow form.
+  static UINT ToolTipFlags(const NMHDR& header);
 
  private:
   CView* m_active_view = nullptr;

@@ -13,7 +13,7 @@ OSTRUM_PACKAGES=(
   libembree-dev
   qt6-base-dev
   libepoxy-dev libegl-dev libegl-mesa0 libgl1-mesa-dri
-  libfreetype-dev libfontconfig-dev fonts-dejavu-core
+  libfreetype-dev libfontconfig-dev fonts-dejavu-core libcairo2-dev
   clang
 )
 

@@ -14,6 +14,7 @@
 #include "CoordinateScenario.h"
 #include "DatabaseScenario.h"
 #include "DocumentUndoScenario.h"
+#include "InteractiveWindowScenario.h"
 #include "LifecycleScenario.h"
 #include "MouseToolScenario.h"
 #include "PlannerModel.h"
@@ -50,12 +51,15 @@ int main(int argc, char** argv) {
   // --stop-midway: stop for good once the first undo files are written, to be killed; the
   // next run of the planner finds that process dead and removes what it left.
   // --plan-png PATH: draw the plan with the OpenGL renderer and write the picture to PATH.
+  // --windows-png PATH: write the picture of the two interactive panes to PATH.
   bool stop_midway = false;
   std::string plan_png;
+  std::string windows_png;
   for (int i = 1; i < argc; ++i) {
     const std::string arg = argv[i];
     if (arg == "--stop-midway") stop_midway = true;
     if (arg == "--plan-png" && i + 1 < argc) plan_png = argv[++i];
+    if (arg == "--windows-png" && i + 1 < argc) windows_png = argv[++i];
   }
   FillStringTable();
   // --open-plan FILE: a fresh run that opens a project file saved by an earlier one.
@@ -173,6 +177,7 @@ int main(int argc, char** argv) {
   planner::RunLifecycleScenario();
   planner::RunWizardScenario();
   planner::RunMouseToolScenario();
+  planner::RunInteractiveWindowScenario(windows_png);
 
   planner::RunUndoScenario();
 

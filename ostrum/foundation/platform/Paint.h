@@ -9,7 +9,7 @@
 
 /// What BeginPaint hands the painter.
 struct PAINTSTRUCT {
-  HDC hdc = nullptr;       ///< the device context to paint with (null until device contexts exist)
+  HDC hdc = nullptr;       ///< the paint DC: the client area, touching only rcPaint
   BOOL fErase = FALSE;     ///< the background still needs erasing: WM_ERASEBKGND did not erase it
   RECT rcPaint{};          ///< what is to be painted, in client coordinates
   BOOL fRestore = FALSE;
@@ -31,9 +31,10 @@ OSTRUM_API BOOL ValidateRect(HWND hwnd, const RECT* rect);
 OSTRUM_API BOOL GetUpdateRect(HWND hwnd, LPRECT rect, BOOL erase);
 /// Sends WM_PAINT to the window at once if its update rectangle is not empty.
 OSTRUM_API BOOL UpdateWindow(HWND hwnd);
-/// Starts painting a window: WM_NCPAINT if its frame is to be drawn, WM_ERASEBKGND if its
-/// background is to be erased (fErase tells whether it was), then the update rectangle becomes
-/// rcPaint and the window is validated. Answers the paint's device context (null for now).
+/// Starts painting a window: the update rectangle becomes rcPaint and the window is validated;
+/// WM_NCPAINT if its frame is to be drawn; a paint DC on the client area that touches only
+/// rcPaint; WM_ERASEBKGND with that DC if the background is to be erased (fErase tells whether
+/// it was). Answers the paint DC (null for no window).
 OSTRUM_API HDC BeginPaint(HWND hwnd, LPPAINTSTRUCT paint);
-/// Ends what BeginPaint began.
+/// Ends what BeginPaint began: the paint DC is given back.
 OSTRUM_API BOOL EndPaint(HWND hwnd, const PAINTSTRUCT* paint);

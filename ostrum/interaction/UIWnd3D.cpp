@@ -267,17 +267,19 @@ void UIWnd3D::_SetTransforms(IVRender& renderer) {
   float view[16];
   MatrixFloats(repository->GetTransform(repository->GetSystemRenderWorld(), eye), view);
   renderer.SetViewTransform(view);
-  // The camera's projection ends in window pixels: x = (w/2) ndc + right/2, y = -(h/2) ndc +
-  // bottom/2, z = (w/2) ndc, with integer halves. The renderer takes normalised device
-  // coordinates, so the exact inverse of that step is appended.
+  // The camera's projection ends in window pixels (y down, depth scaled by half the width in
+  // whole pixels); the renderer takes normalised device coordinates over the whole surface.
+  // So pixel x of the camera lands on pixel x of the surface: x' = 2x/w - 1, y' = 1 - 2y/h,
+  // and the depth is scaled back, z' = z/(w/2).
   CRect rect;
   m_camera.GetWindowRect(rect);
-  const int half_w = std::max(1, rect.Width() / 2), half_h = std::max(1, rect.Height() / 2);
+  const double width = std::max(1, rect.Width()), height = std::max(1, rect.Height());
+  const double half_w = std::max(1, rect.Width() / 2);
   MMTransformMatrix to_ndc;
-  to_ndc.SetElement(0, 0, 1.0 / half_w);
-  to_ndc.SetElement(0, 3, -static_cast<double>(rect.right / 2) / half_w);
-  to_ndc.SetElement(1, 1, -1.0 / half_h);
-  to_ndc.SetElement(1, 3, static_cast<double>(rect.bottom / 2) / half_h);
+  to_ndc.SetElement(0, 0, 2.0 / width);
+  to_ndc.SetElement(0, 3, -1.0);
+  to_ndc.SetElement(1, 1, -2.0 / height);
+  to_ndc.SetElement(1, 3, 1.0);
   to_ndc.SetElement(2, 2, 1.0 / half_w, true);
   MMTransformMatrix projection(dynamic_cast<const MMTransformMatrix&>(repository->GetTransform(eye, window)));
   projection.PreMultiply(to_ndc);

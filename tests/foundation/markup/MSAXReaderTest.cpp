@@ -299,6 +299,7 @@ std::vector<Hostile> HostileDocuments(std::string const& secret_path) {
       {"an element in a namespace", "<x:Doc xmlns:x='urn:x'/>"},
       {"two document elements", "<Doc/><Doc/>"},
       {"bytes that are no UTF-8", "<Doc>\xff\xfe</Doc>"},
+      {"bytes that are not of the declared encoding", "<?xml version='1.0' encoding='EUC-JP'?><Doc>\xff\xff\xff</Doc>"},
       {"a forbidden character", "<Doc>&#1;</Doc>"},
       {"nothing at all", ""},
       {"mismatched tags", "<Doc><Item></Doc></Item>"},
@@ -315,7 +316,10 @@ TEST(MSAXReader, HostileDocumentsAreRefusedBeforeAnyHandlerHearsOfThem) {
     Log log;
     Recorder root(L"root", log);
     MSAXReader reader;
+    // The framework has no log of its own: the XML library may not print either.
+    testing::internal::CaptureStderr();
     EXPECT_FALSE(reader.ReadMemory(h.document, root)) << h.what;
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "") << h.what;
     EXPECT_TRUE(log.empty()) << h.what << "\n" << CharacterSetConversions::ToUTF8(Joined(log));
     EXPECT_FALSE(reader.GetError().empty()) << h.what;
     EXPECT_EQ(reader.GetError().find(L"TOP-SECRET"), std::wstring::npos) << h.what;

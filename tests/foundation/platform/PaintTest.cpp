@@ -6,6 +6,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
+#include <string>
+
 #include "support/DesktopFixture.h"
 #include "ostrum/foundation/platform/CDC.h"
 #include "ostrum/foundation/platform/CWnd.h"
@@ -367,6 +370,163 @@ TEST_F(Painting, APaintDCValidatesAndTouchesOnlyWhatWasToBePaintedInTheClientAre
   const Count ink = CountColour(desk.Pixels(bordered), kInk, RECT{11, 21, 31, 51});
   EXPECT_EQ(ink.inside, 20 * 30);
   EXPECT_EQ(ink.outside, 0);
+}
+
+// A window object that erases its background itself, through the DC its message carries.
+class ErasingWnd : public CWnd {
+  DECLARE_MESSAGE_MAP()
+
+ public:
+  HDC seen = nullptr;
+
+ protected:
+  BOOL OnEraseBkgnd(CDC* dc) {
+    seen = dc ? dc->GetSafeHdc() : nullptr;
+    CRect client;
+    GetClientRect(&client);
+    if (dc) dc->FillSolidRect(&client, kInk);
+    return TRUE;
+  }
+};
+
+BEGIN_MESSAGE_MAP(ErasingWnd, CWnd)
+  ON_WM_ERASEBKGND()
+END_MESSAGE_MAP()
+
+TEST_F(Painting, TheBackgroundIsErasedThroughThePaintDCWhichAHandlerReceivesAsAnObject) {
+  user.Wait(0);
+  ErasingWnd wnd;
+  ASSERT_TRUE(wnd.CreateEx(0, kWindowClass, L"erasing", WS_CHILD | WS_VISIBLE, 0, 0, 60, 60, back, 0));
+  HDC painted_with = nullptr;
+  React(wnd.GetSafeHwnd(), [&](HWND hwnd, UINT message, WPARAM, LPARAM) -> std::optional<LRESULT> {
+    if (message != WM_PAINT) return std::nullopt;
+    PAINTSTRUCT paint;
+    painted_with = BeginPaint(hwnd, &paint);
+    EndPaint(hwnd, &paint);
+    return 0;
+  });
+  user.Wait(0);  // the first paint erases all of it
+  EXPECT_EQ(CountColour(desk.Pixels(wnd.GetSafeHwnd()), kInk, RECT{0, 0, 60, 60}).inside, 60 * 60);
+  {
+    CWindowDC dc(&wnd);
+    dc.FillSolidRect(0, 0, 60, 60, kPaper);
+  }
+  const RECT part{0, 0, 60, 10};
+  InvalidateRect(wnd.GetSafeHwnd(), &part, TRUE);
+  user.Wait(0);
+  ASSERT_NE(wnd.seen, nullptr);
+  EXPECT_EQ(wnd.seen, painted_with) << "the erase message carries the paint DC";
+  const Count ink = CountColour(desk.Pixels(wnd.GetSafeHwnd()), kInk, part);
+  EXPECT_EQ(ink.inside, 60 * 10);
+  EXPECT_EQ(ink.outside, 0) << "the whole client was asked for, the paint DC let through the update only";
+  wnd.DestroyWindow();
+}
+
+TEST_F(Painting, DrawTextAlignsItsLinesAndMeasuresThemAndPointSizesScale) {
+  user.Wait(0);
+  CWindowDC dc(CWnd::FromHandle(back_child));
+  dc.FillSolidRect(0, 0, 100, 100, RGB(255, 255, 255));
+  dc.SetBkMode(TRANSPARENT);
+  CFont small, large;
+  ASSERT_TRUE(small.CreatePointFont(80, L"DejaVu Sans"));
+  ASSERT_TRUE(large.CreatePointFont(160, L"DejaVu Sans"));
+  CFont* old = dc.SelectObject(&large);
+  const CSize big = dc.GetTextExtent(CString(L"Mm"));
+  dc.SelectObject(&small);
+  const CSize little = dc.GetTextExtent(CString(L"Mm"));
+  EXPECT_GT(big.cy, little.cy + little.cy / 2) << "twice the points, about twice the height";
+  EXPECT_GT(big.cx, little.cx);
+
+  // Two lines measure as one above the other; the widest sets the width.
+  RECT two{0, 0, 100, 100};
+  const int height = dc.DrawText(CString(L"M\nMMM"), &two, DT_CALCRECT);
+  EXPECT_EQ(height, 2 * little.cy);
+  EXPECT_EQ(two.bottom, 2 * little.cy);
+  EXPECT_EQ(two.right, dc.GetTextExtent(CString(L"MMM")).cx);
+
+  // Right aligned at the bottom: the ink lies in the box's bottom-right corner.
+  dc.SetTextColor(RGB(0, 0, 255));
+  RECT box{0, 0, 100, 100};
+  const int bottom = dc.DrawText(CString(L"M"), &box, DT_SINGLELINE | DT_RIGHT | DT_BOTTOM);
+  EXPECT_EQ(bottom, 100) << "from the box's top to the text's bottom";
+  const RECT corner{100 - little.cx, 100 - little.cy, 100, 100};
+  const Count ink = CountColour(desk.Pixels(back_child), RGB(0, 0, 255), corner);
+  EXPECT_GT(ink.inside, 0);
+  EXPECT_EQ(ink.outside, 0);
+  dc.SelectObject(old);
+}
+
+TEST_F(Painting, ImagesFollowTheWindowsSizeAndAScreenshotLaysChildrenOverTheirParentByZOrder) {
+  user.Wait(0);
+  HWND parent = Child(back, {0, 0, 80, 60});
+  HWND lower = Child(parent, {10, 10, 40, 40});
+  HWND upper = Child(parent, {30, 10, 60, 40});  // made later: on top, overlapping `lower`
+  HWND hidden = Child(parent, {0, 45, 80, 60}, 0, WS_CHILD);
+  user.Wait(0);
+  auto fill = [](HWND wnd, COLORREF color) {
+    HDC dc = GetWindowDC(wnd);
+    HBRUSH brush = CreateSolidBrush(color);
+    const RECT all{0, 0, 200, 200};
+    FillRect(dc, &all, brush);
+    DeleteObject(brush);
+    ReleaseDC(wnd, dc);
+  };
+  fill(parent, RGB(10, 10, 10));
+  fill(lower, RGB(20, 20, 20));
+  fill(upper, RGB(30, 30, 30));
+  fill(hidden, RGB(40, 40, 40));
+  Ostrum::Desktop::HeadlessDriver driver;
+  Ostrum::Desktop::BitmapPixels shot;
+  ASSERT_TRUE(driver.Screenshot(parent, shot));
+  ASSERT_EQ(shot.width, 80);
+  ASSERT_EQ(shot.height, 60);
+  EXPECT_EQ(shot.At(5, 5), RGB(10, 10, 10));
+  EXPECT_EQ(shot.At(15, 15), RGB(20, 20, 20));
+  EXPECT_EQ(shot.At(35, 15), RGB(30, 30, 30)) << "the upper sibling covers the lower";
+  EXPECT_EQ(shot.At(5, 50), RGB(10, 10, 10)) << "a hidden child is not shown";
+  EXPECT_EQ(driver.PixelAt(parent, {15, 15}), RGB(10, 10, 10)) << "the window's own image is untouched";
+
+  // A window that grows keeps what it drew at the top left; the new part is black.
+  MoveWindow(lower, 10, 10, 50, 40, FALSE);
+  Ostrum::Desktop::BitmapPixels grown;
+  ASSERT_TRUE(driver.Image(lower, grown));
+  EXPECT_EQ(grown.width, 50);
+  EXPECT_EQ(grown.At(29, 29), RGB(20, 20, 20));
+  EXPECT_EQ(grown.At(45, 5), RGB(0, 0, 0));
+  EXPECT_EQ(driver.PixelAt(lower, {50, 0}), CLR_INVALID);
+
+  // The PNG carries the screenshot's size in its header.
+  const std::string path = testing::TempDir() + "painting-screenshot.png";
+  ASSERT_TRUE(driver.WritePng(parent, path));
+  std::FILE* file = std::fopen(path.c_str(), "rb");
+  ASSERT_NE(file, nullptr);
+  unsigned char header[24] = {};
+  EXPECT_EQ(std::fread(header, 1, sizeof header, file), sizeof header);
+  std::fclose(file);
+  std::remove(path.c_str());
+  EXPECT_EQ(std::string(reinterpret_cast<char*>(header) + 1, 3), "PNG");
+  EXPECT_EQ((header[16] << 24) | (header[17] << 16) | (header[18] << 8) | header[19], 80);
+  EXPECT_EQ((header[20] << 24) | (header[21] << 16) | (header[22] << 8) | header[23], 60);
+  EXPECT_FALSE(driver.WritePng(parent, "/nonexistent-directory/x.png"));
+  DestroyWindow(parent);
+  EXPECT_FALSE(driver.Screenshot(parent, shot));
+}
+
+TEST_F(Painting, ObjectsAreCreatedOnlyForWhatTheModelDrawsAndStockObjectsAreAlwaysThere) {
+  EXPECT_EQ(CreatePen(7, 1, 0), nullptr) << "no such style";
+  EXPECT_EQ(CreateFontIndirectW(nullptr), nullptr);
+  EXPECT_EQ(GetStockObject(9), nullptr) << "no stock object of that number";
+  EXPECT_EQ(GetObjectType(GetStockObject(NULL_BRUSH)), OBJ_BRUSH);
+  EXPECT_EQ(GetObjectType(GetStockObject(DEFAULT_GUI_FONT)), OBJ_FONT);
+  EXPECT_EQ(GetStockObject(NULL_PEN), GetStockObject(NULL_PEN));
+  HBRUSH brush = CreateSolidBrush(kInk);
+  EXPECT_EQ(GetObjectType(brush), OBJ_BRUSH);
+  CBrush* wrapper = CBrush::FromHandle(brush);
+  ASSERT_NE(wrapper, nullptr);
+  EXPECT_FALSE(wrapper->DeleteObject()) << "a stand-in does not own the handle";
+  EXPECT_EQ(GetObjectType(brush), OBJ_BRUSH);
+  EXPECT_TRUE(DeleteObject(brush));
+  EXPECT_FALSE(DeleteObject(brush));
 }
 
 }  // namespace

@@ -13,14 +13,18 @@ OSTRUM_PACKAGES=(
   libembree-dev
   qt6-base-dev
   libepoxy-dev libegl-dev libegl-mesa0 libgl1-mesa-dri
-  libfreetype-dev libfontconfig-dev fonts-dejavu-core
-  clang
+  libfreetype-dev libfontconfig-dev fonts-dejavu-core libcairo2-dev
 )
+# What only scripts/fuzz.sh needs: clang and its libFuzzer runtime (a recommendation of clang,
+# which installs without recommendations leave out). CI never installs these.
+OSTRUM_FUZZ_PACKAGES=(clang libclang-rt-14-dev)
 
+# ostrum_install_missing [extra packages...]
+# Installs what is missing of OSTRUM_PACKAGES and of the packages named.
 ostrum_install_missing() {
   local missing=()
   local p
-  for p in "${OSTRUM_PACKAGES[@]}"; do
+  for p in "${OSTRUM_PACKAGES[@]}" "$@"; do
     if ! dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed"; then
       missing+=("$p")
     fi

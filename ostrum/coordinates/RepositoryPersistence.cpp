@@ -2,7 +2,7 @@
 // file and read back into the running repository through a staged load (private/RepositoryLoad.h).
 
 #include <algorithm>
-#include <unordered_set>
+#include <string_view>
 
 #include "ostrum/coordinates/MCoordinateSystem.h"
 #include "ostrum/coordinates/MTransformRepository.h"
@@ -32,8 +32,8 @@ std::wstring Number(std::uint32_t id) { return std::to_wstring(id); }
 namespace Ostrum::Private {
 
 bool ReadSystemReference(MSAXReader& reader, SystemNode*& field, ISAXPersist* owner) {
-  std::wstring text;
-  if (!reader.ReadValue(text)) return false;
+  std::string_view const text = reader.GetValueUTF8();
+  if (text.empty()) return false;
   MStreamTextIn in(text);
   std::uint32_t id = 0;
   in >> id;
@@ -74,8 +74,7 @@ bool SystemNode::HandleTag(std::wstring const& tag, MSAXReader& reader) {
     }
     m_load_flags |= kLoadMatrix;
     auto* matrix = new MMTransformMatrix;
-    std::wstring text;
-    if (reader.ReadValue(text)) {
+    if (std::string_view const text = reader.GetValueUTF8(); !text.empty()) {
       MStreamTextIn in(text);
       for (int row = 0; row < 4; ++row)
         for (int column = 0; column < 4; ++column) {
@@ -164,9 +163,10 @@ bool MCoordinateSystem::ReadCoordinateSystem(MSAXReader& reader) {
   }
   RepositoryLoad* const load = repository->_BeginLoad(reader);
   if (!load) return false;
-  std::wstring text;
-  if (!reader.ReadValue(text)) return false;
-  if (!load->handles_read.insert(this).second) {
+  if (reader.GetValueUTF8().empty()) return false;
+  // A handle asks for resolution once it holds a number, so one that asked before was read
+  // before (in the reader's table of roles, which the request below then finds at hand).
+  if (reader.IsReferenceResolver(this)) {
     reader.Refuse(L"a coordinate system read twice for one holder");
     return false;
   }
@@ -184,7 +184,11 @@ void MCoordinateSystem::ResolveReferences(MSAXReader& reader) {
     reader.Refuse(L"a reference " + Number(id) + L" to a coordinate system the file does not hold");
     return;
   }
-  if (MTransformRepositoryEx* const repository = MTransformRepositoryEx::GetInstance())
+  // Within the repository's load (the only way a handle is read here) the load's own list of
+  // handles read is the set of resolved handles that the commit counts; the public set is
+  // for handles resolved otherwise.
+  if (MTransformRepositoryEx* const repository = MTransformRepositoryEx::GetInstance();
+      repository && !repository->IsLoading())
     repository->AddResolvedCoordinateSystem(this);
 }
 
@@ -376,9 +380,8 @@ bool MTransformRepositoryEx::HandleTag(std::wstring const& tag, MSAXReader& read
     return true;
   }
   // The inch flag: an empty text is false.
-  std::wstring text;
   bool inch = false;
-  if (reader.ReadValue(text)) {
+  if (std::string_view const text = reader.GetValueUTF8(); !text.empty()) {
     MStreamTextIn in(text);
     in >> inch;
     if (!in || !in.AtEnd()) {

@@ -5,6 +5,7 @@
 #include "ostrum/document/MDocument.h"
 #include "ostrum/foundation/platform/Activation.h"
 #include "ostrum/foundation/platform/AfxWndProc.h"
+#include "ostrum/foundation/platform/CDC.h"
 #include "ostrum/foundation/platform/CFrameWnd.h"
 #include "ostrum/foundation/platform/CView.h"
 #include "ostrum/foundation/platform/CWinThread.h"
@@ -376,13 +377,22 @@ void UIWnd::OnNcCalcSize(BOOL, NCCALCSIZE_PARAMS* params) {
 void UIWnd::OnNcPaint() {
   if (m_frame_width == 0) return;
   // The frame lies around the client area: the client rectangle grown by the frame on the
-  // right and bottom is the window's rectangle in window coordinates.
+  // right and bottom is the window's rectangle in window coordinates, and an inside-frame pen
+  // of the frame's width covers exactly the non-client band.
+  CWindowDC dc(this);
   CRect rect;
   GetClientRect(&rect);
   rect.right += 2 * m_frame_width;
   rect.bottom += 2 * m_frame_width;
+  const COLORREF color = m_active ? m_active_color : m_inactive_color;
+  CPen pen(PS_INSIDEFRAME, m_frame_width, color);
+  CPen* old_pen = dc.SelectObject(&pen);
+  CGdiObject* old_brush = dc.SelectStockObject(NULL_BRUSH);
+  dc.Rectangle(&rect);
+  dc.SelectObject(old_brush);
+  dc.SelectObject(old_pen);
   m_drawn_frame.rect = rect;
-  m_drawn_frame.color = m_active ? m_active_color : m_inactive_color;
+  m_drawn_frame.color = color;
   m_drawn_frame.width = m_frame_width;
   ++m_drawn_frame.count;
 }

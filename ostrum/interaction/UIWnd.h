@@ -107,8 +107,9 @@ class OSTRUM_API UIWnd : public CWnd {
   /// The window's accelerators first.
   BOOL PreTranslateMessage(MSG* msg) override;
 
-  /// The last frame the window drew in OnNcPaint, in window coordinates: the desktop model has
-  /// no device context to draw into yet, so the frame is kept for whoever shows or checks it.
+  /// The last frame the window drew in OnNcPaint into its window image, in window coordinates,
+  /// with a count of frames drawn. The pixels are the truth (Ostrum::Desktop::GetWindowPixel);
+  /// this summary stays for derived windows and hosts that ask what was drawn last.
   struct Frame {
     CRect rect;
     COLORREF color = 0;

@@ -1,11 +1,13 @@
 #include "ostrum/objects/MSAXUIObjectChildren.h"
 
 #include <memory>
-#include <unordered_map>
+#include <string_view>
+#include <vector>
 
 #include "ostrum/foundation/markup/MSAXReader.h"
 #include "ostrum/foundation/markup/MSAXWriter.h"
 #include "ostrum/foundation/markup/MStreamTextIn.h"
+#include "ostrum/foundation/markup/private/FlatTable.h"
 #include "ostrum/objects/UIObject.h"
 
 namespace {
@@ -16,32 +18,37 @@ std::uint32_t NumberOf(UIObject const* slot) {
 
 // The parents every child list of one file gives, checked as a whole once all are resolved.
 struct ChildClaims {
-  std::unordered_map<UIObject const*, UIObject const*> parent_of;
+  Ostrum::Markup::Private::FlatTable<UIObject const*, UIObject const*> parent_of;
 
   // The parent an object will have once the lists are applied.
   UIObject const* FutureParent(UIObject const* object) const {
-    auto const it = parent_of.find(object);
-    return it != parent_of.end() ? it->second : object->GetParent();
+    UIObject const* const* const claimed = parent_of.Find(object);
+    return claimed ? *claimed : object->GetParent();
   }
 
   // True when following the future parents from any claimed child never comes back round:
   // each object is walked once (0 unseen, 1 on the walk under way, 2 known to end).
   bool FreeOfLoops() const {
-    std::unordered_map<UIObject const*, int> state;
+    Ostrum::Markup::Private::FlatTable<UIObject const*, int> state;
+    state.Reserve(parent_of.Size());
     std::vector<UIObject const*> walk;
-    for (auto const& claim : parent_of) {
+    bool free = true;
+    parent_of.ForEach([&](UIObject const* child, UIObject const*) {
+      if (!free) return;
       walk.clear();
-      UIObject const* p = claim.first;
-      for (; p; p = FutureParent(p)) {
+      for (UIObject const* p = child; p; p = FutureParent(p)) {
         int& s = state[p];
-        if (s == 1) return false;
+        if (s == 1) {
+          free = false;
+          return;
+        }
         if (s == 2) break;
         s = 1;
         walk.push_back(p);
       }
       for (UIObject const* w : walk) state[w] = 2;
-    }
-    return true;
+    });
+    return free;
   }
 };
 
@@ -57,8 +64,8 @@ void MSAXUIObjectChildren::SetDefaults() { m_children.clear(); }
 
 bool MSAXUIObjectChildren::HandleTag(std::wstring const& tag, MSAXReader& reader) {
   if (tag != L"Child") return false;
-  std::wstring text;
-  if (!reader.ReadValue(text)) return true;
+  std::string_view const text = reader.GetValueUTF8();
+  if (text.empty()) return true;
   MStreamTextIn in(text);
   std::uint32_t id = 0;
   in >> id;
@@ -97,7 +104,7 @@ void MSAXUIObjectChildren::ResolveReferences(MSAXReader& reader) {
       reader.Refuse(L"an object that is its own child");
       return;
     }
-    if (!claims.parent_of.emplace(child, m_object).second) {
+    if (!claims.parent_of.Insert(child, m_object).second) {
       reader.Refuse(L"an object claimed as a child twice");
       return;
     }

@@ -8,8 +8,13 @@
 #include <utility>
 
 // Constant-initialised, so a static object of the host that sets them while the program starts
-// finds them already made.
+// finds them already made. clang before 15 cannot make the library's wide string at compile
+// time; there (only the instrumented fuzz build uses it) the name is made at start-up.
+#if defined(__clang__) && __clang_major__ < 15
+MFileName MUndoHandler::mg_temp_directory;
+#else
 constinit MFileName MUndoHandler::mg_temp_directory;
+#endif
 constinit uint64_t MUndoHandler::mg_undo_disk_space = 10000000;
 constinit MUndoHandler::Mode MUndoHandler::mg_mode_default = MUndoHandler::ModeSharedDirectory;
 constinit int32_t MUndoHandler::m_unique_group_id = 0;

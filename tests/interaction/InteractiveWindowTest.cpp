@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "ToolSupport.h"
+#include "ostrum/database/MDataBase.h"
 #include "ostrum/document/MApplicationController.h"
 #include "ostrum/document/MDocument.h"
 #include "ostrum/foundation/platform/Accelerator.h"
@@ -13,6 +14,9 @@
 #include "ostrum/foundation/platform/ProcessIdentity.h"
 #include "ostrum/foundation/platform/Resources.h"
 #include "ostrum/foundation/platform/SystemColors.h"
+#include "ostrum/foundation/platform/DeviceContext.h"
+#include "ostrum/foundation/platform/WindowImage.h"
+#include "ostrum/scene/MSceneEx.h"
 
 namespace {
 
@@ -26,8 +30,27 @@ class HoverTool : public RecordingMouse {
 };
 
 class Document : public MDocument {
+ public:
+  /// Hands the document a database for the length of a test, as a host's _CreateContents does.
+  struct UsingDataBase {
+    explicit UsingDataBase(MDataBase* database) { _SetDataBasePointer(database); }
+    ~UsingDataBase() { _SetDataBasePointer(nullptr); }
+  };
+
  protected:
   bool _CreateContents() override { return true; }
+};
+
+/// A window as a derived class sees it: its frame width and stored scene, and the scene calls.
+class ProbeWnd : public UIWnd {
+ public:
+  explicit ProbeWnd(int frame_width = 1) { m_frame_width = frame_width; }
+  void SetActiveScene(const unsigned long long& id) override {
+    ++scene_sets;
+    UIWnd::SetActiveScene(id);
+  }
+  unsigned long long StoredScene() const { return m_active_scene; }
+  int scene_sets = 0;
 };
 
 /// A view that logs the activation message its windows send.
@@ -305,17 +328,96 @@ TEST_F(InteractiveWindow, AcceleratorsOfTheApplicationsResourcesReachTheMainWind
   EXPECT_EQ(Take(), Calls{"frame command " + std::to_string(300 | 0x10000)}) << "a character goes as a system command";
 }
 
+/// How many pixels of the window's image have `color`: on its outermost `band` pixels, and
+/// further in.
+struct FramePixels {
+  int border = 0;
+  int inside = 0;
+  int border_size = 0;
+};
+FramePixels FrameColour(HWND wnd, COLORREF color, int band = 1) {
+  Ostrum::Desktop::BitmapPixels pixels;
+  Ostrum::Desktop::GetWindowImage(wnd, pixels);
+  FramePixels count;
+  for (int y = 0; y < pixels.height; ++y)
+    for (int x = 0; x < pixels.width; ++x) {
+      const bool border = x < band || y < band || x >= pixels.width - band || y >= pixels.height - band;
+      count.border_size += border;
+      if (pixels.At(x, y) == color) (border ? count.border : count.inside)++;
+    }
+  return count;
+}
+
 TEST_F(InteractiveWindow, TheActiveFrameIsDrawnInTheActiveColourOnTheActiveWindowOnly) {
+  user.Wait(0);  // the first paint draws both frames
+  const COLORREF active = left.GetActiveColor();
+  const COLORREF inactive = left.GetInactiveColor();
+  ASSERT_NE(active, inactive);
+  FramePixels l = FrameColour(left.GetSafeHwnd(), inactive), r = FrameColour(right.GetSafeHwnd(), inactive);
+  EXPECT_EQ(l.border, l.border_size) << "painted with the inactive colour";
+  EXPECT_EQ(r.border, r.border_size);
+
   left.SetActive(true);
   right.SetActive(false);
-  EXPECT_EQ(left.GetDrawnFrame().color, left.GetActiveColor());
-  EXPECT_EQ(right.GetDrawnFrame().color, right.GetInactiveColor());
-  CRect window;
-  left.GetWindowRect(&window);
-  EXPECT_EQ(left.GetDrawnFrame().rect, CRect(0, 0, window.Width(), window.Height()));
-  EXPECT_EQ(left.GetDrawnFrame().width, 1);
+  l = FrameColour(left.GetSafeHwnd(), active);
+  r = FrameColour(right.GetSafeHwnd(), active);
+  EXPECT_EQ(l.border, l.border_size) << "every frame pixel of the active window, at once";
+  EXPECT_EQ(l.inside, 0) << "the one-pixel frame covers the non-client band only";
+  EXPECT_EQ(r.border + r.inside, 0) << "nothing in the active colour on the other window";
+  EXPECT_EQ(FrameColour(right.GetSafeHwnd(), inactive).border, r.border_size);
+  EXPECT_EQ(Ostrum::Desktop::CountDeviceContexts(), 0u) << "the window DC was given back";
+
+  // A repaint of the client leaves the frame; deactivation redraws it.
+  left.Invalidate(TRUE);
+  user.Wait(0);
+  EXPECT_EQ(FrameColour(left.GetSafeHwnd(), active).border, l.border_size);
   left.SetActive(false);
-  EXPECT_EQ(left.GetDrawnFrame().color, left.GetInactiveColor());
+  EXPECT_EQ(FrameColour(left.GetSafeHwnd(), active).border, 0);
+  EXPECT_EQ(left.GetDrawnFrame().color, inactive);
+}
+
+TEST_F(InteractiveWindow, AWiderFrameFillsItsWholeBandAndAFrameOfWidthZeroDrawsNothing) {
+  ProbeWnd wide(3), none(0);
+  ASSERT_TRUE(wide.Create(0, CRect(10, 220, 110, 300), &view, 3));
+  ASSERT_TRUE(none.Create(0, CRect(120, 220, 220, 300), &view, 4));
+  user.Wait(0);
+  CRect client;
+  wide.GetClientRect(&client);
+  EXPECT_EQ(client, CRect(0, 0, 94, 74)) << "the non-client band is the frame's width";
+  wide.SetActive(true);
+  const FramePixels band = FrameColour(wide.GetSafeHwnd(), wide.GetActiveColor(), 3);
+  EXPECT_EQ(band.border, band.border_size);
+  EXPECT_EQ(band.inside, 0);
+  none.GetClientRect(&client);
+  EXPECT_EQ(client, CRect(0, 0, 100, 80));
+  none.SetActive(true);
+  EXPECT_EQ(FrameColour(none.GetSafeHwnd(), none.GetActiveColor()).border, 0);
+  EXPECT_EQ(none.GetDrawnFrame().count, 0);
+}
+
+TEST_F(InteractiveWindow, AWindowWhoseSceneWasRemovedHealsWithTheFirstSceneOfTheDatabase) {
+  MDataBase database;
+  Document::UsingDataBase using_database(&database);
+  MSceneEx* plan = database.RegisterScene(CString(L"Plan"));
+  ASSERT_NE(plan, nullptr);
+  const unsigned long long plan_id = plan->GetSceneID();
+  ProbeWnd wnd;
+  ASSERT_TRUE(wnd.Create(0, CRect(10, 220, 110, 300), &view, 3));
+  wnd.SetActiveScene(plan_id);
+  wnd.scene_sets = 0;
+  EXPECT_EQ(wnd.GetActiveScene(), plan_id) << "a live scene stays";
+  EXPECT_EQ(wnd.scene_sets, 0);
+
+  ASSERT_TRUE(database.RemoveScene(static_cast<std::size_t>(plan_id)));
+  const std::vector<MSceneEx*> left_over = database.GetScenes();
+  ASSERT_FALSE(left_over.empty());
+  const unsigned long long first = left_over.front()->GetSceneID();
+  ASSERT_NE(first, plan_id);
+  EXPECT_EQ(wnd.GetActiveScene(), first);
+  EXPECT_EQ(wnd.StoredScene(), first) << "healed through the virtual setter";
+  EXPECT_EQ(wnd.scene_sets, 1);
+  EXPECT_EQ(wnd.GetActiveScene(), first);
+  EXPECT_EQ(wnd.scene_sets, 1) << "once healed, nothing more to do";
 }
 
 TEST_F(InteractiveWindow, TheSceneWithoutADatabaseIsTheNoSceneAndStaysStored) {

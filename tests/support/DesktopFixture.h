@@ -28,6 +28,7 @@
 #include "ostrum/foundation/platform/Capture.h"
 #include "ostrum/foundation/platform/Cursor.h"
 #include "ostrum/foundation/platform/Focus.h"
+#include "ostrum/foundation/platform/GdiObjects.h"
 #include "ostrum/foundation/platform/HeadlessBackend.h"
 #include "ostrum/foundation/platform/Input.h"
 #include "ostrum/foundation/platform/KeyState.h"
@@ -41,6 +42,7 @@
 #include "ostrum/foundation/platform/SystemMetrics.h"
 #include "ostrum/foundation/platform/Window.h"
 #include "ostrum/foundation/platform/WindowClass.h"
+#include "ostrum/foundation/platform/WindowImage.h"
 #include "ostrum/foundation/platform/WindowPos.h"
 #include "ostrum/foundation/platform/WindowTree.h"
 
@@ -212,6 +214,14 @@ class DesktopInspector {
     GetUpdateRect(wnd, &rect, FALSE);
     return rect;
   }
+  /// What the window drew, frame included (window coordinates); empty for no window.
+  Ostrum::Desktop::BitmapPixels Pixels(HWND wnd) const {
+    Ostrum::Desktop::BitmapPixels pixels;
+    Ostrum::Desktop::GetWindowImage(wnd, pixels);
+    return pixels;
+  }
+  /// One pixel of it as COLORREF; CLR_INVALID outside.
+  COLORREF Pixel(HWND wnd, POINT at) const { return Ostrum::Desktop::GetWindowPixel(wnd, at); }
 
   /// The menu bar of a frame as the user reads it (see Ostrum::Desktop::DescribeMenu).
   std::string MenuBar(HWND frame) const { return Narrow(Ostrum::Desktop::DescribeMenu(GetMenu(frame))); }

@@ -183,158 +183,6 @@ void Make(const fs::path& directory, const Entries& names) {
   }
 }
 
-// ---- children ----
-
-// Children wait at a gate until the parent opens it. The parent holds the only writing end of
-// its pipe (every child closes its copies as it starts), so opening it lets all through at once.
-class Gate {
- public:
-  Gate() {
-    if (::pipe(m_ends) == 0) Writers().insert(m_ends[1]);
-  }
-  ~Gate() {
-    Open();
-    ::close(m_ends[0]);
-  }
-  Gate(const Gate&) = delete;
-  Gate& operator=(const Gate&) = delete;
-
-  void Open() {
-    if (Writers().erase(m_ends[1])) ::close(m_ends[1]);
-  }
-  void Wait() const {
-    char byte;
-    for (ssize_t n; (n = ::read(m_ends[0], &byte, 1)) > 0 || (n < 0 && errno == EINTR);) {
-    }
-  }
-  // In a new child: lets go of the writing end of every gate.
-  static void CloseWritersInChild() {
-    for (int fd : Writers()) ::close(fd);
-    Writers().clear();
-  }
-
- private:
-  static std::set<int>& Writers() {
-    static std::set<int> writers;
-    return writers;
-  }
-  int m_ends[2] = {-1, -1};
-};
-
-// A forked child running `body`. Through a pipe it tells the parent once that it is ready
-// (a mark byte), and at its end its failed checks as text. It ends with exit(0) (End), so the
-// process's static clean-up runs as at any normal end, or the parent kills it.
-class Child {
- public:
-  explicit Child(const std::function<void(Child&)>& body) {
-    int ends[2];
-    if (::pipe(ends) != 0) {
-      m_report = "  no pipe to the child\n";
-      return;
-    }
-    std::fflush(nullptr);  // what the parent buffered is printed once
-    m_pid = ::fork();
-    if (m_pid == 0) {
-      Gate::CloseWritersInChild();
-      ::close(ends[0]);
-      m_fd = ends[1];
-      body(*this);
-      End();
-    }
-    ::close(ends[1]);
-    m_fd = ends[0];
-    if (m_pid < 0) m_report = "  fork failed\n";
-  }
-  ~Child() {
-    if (m_pid > 0 && !m_reaped) Kill();
-    if (m_fd >= 0) ::close(m_fd);
-  }
-  Child(const Child&) = delete;
-  Child& operator=(const Child&) = delete;
-
-  // In the child.
-  ChildChecks checks;
-  void Ready() { (void)!::write(m_fd, &kReadyMark, 1); }
-  /// Sends the report and ends the process normally, with whatever is still open.
-  [[noreturn]] void End() {
-    const std::string& text = checks.Failures();
-    for (size_t done = 0; done < text.size();) {
-      const ssize_t n = ::write(m_fd, text.data() + done, text.size() - done);
-      if (n <= 0) break;
-      done += static_cast<size_t>(n);
-    }
-    std::exit(0);
-  }
-
-  // In the parent.
-  pid_t Pid() const { return m_pid; }
-  /// True once the child said it is ready; false if it ended or the time ran out first.
-  bool WaitReady() { return _Receive(false); }
-  void Kill() {
-    ::kill(m_pid, SIGKILL);
-    _Reap();
-  }
-  /// Waits for the child's end: "" when all its checks held, else its failed checks one per
-  /// line, or how it ended if not by exit(0).
-  std::string Finish() {
-    if (!m_reaped) {
-      if (!_Receive(true)) {
-        m_report += "  the child did not end in time\n";
-        ::kill(m_pid, SIGKILL);
-      }
-      const int status = _Reap();
-      if (WIFSIGNALED(status))
-        m_report += "  the child was killed by signal " + std::to_string(WTERMSIG(status)) + "\n";
-      if (WIFEXITED(status) && WEXITSTATUS(status) != 0)
-        m_report += "  the child exited with " + std::to_string(WEXITSTATUS(status)) + "\n";
-    }
-    return m_report;
-  }
-
- private:
-  static constexpr char kReadyMark = '\1';
-
-  // Reads from the child until its ready mark arrives (or, with `to_end`, the pipe ends);
-  // false when the pipe ended first or the time ran out.
-  bool _Receive(bool to_end) {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-    while (true) {
-      if (!to_end && m_ready) return true;
-      if (m_ended) return to_end;
-      using std::chrono::milliseconds;
-      const auto left = std::chrono::duration_cast<milliseconds>(deadline - std::chrono::steady_clock::now());
-      pollfd poll_fd{m_fd, POLLIN, 0};
-      const int polled = ::poll(&poll_fd, 1, static_cast<int>(std::max<long long>(left.count(), 0)));
-      if (polled < 0 && errno == EINTR) continue;
-      if (polled <= 0) return false;
-      char buffer[512];
-      const ssize_t n = ::read(m_fd, buffer, sizeof buffer);
-      if (n < 0 && errno == EINTR) continue;
-      if (n <= 0) {
-        m_ended = true;
-        continue;
-      }
-      for (ssize_t i = 0; i < n; ++i) {
-        if (buffer[i] == kReadyMark)
-          m_ready = true;
-        else
-          m_report.push_back(buffer[i]);
-      }
-    }
-  }
-  int _Reap() {
-    int status = 0;
-    if (m_pid > 0 && !m_reaped) ::waitpid(m_pid, &status, 0);
-    m_reaped = true;
-    return status;
-  }
-
-  pid_t m_pid = -1;
-  int m_fd = -1;
-  bool m_ready = false, m_ended = false, m_reaped = false;
-  std::string m_report;
-};
-
 // A process id that no process has any more.
 pid_t EndedProcess() {
   const pid_t pid = ::fork();
@@ -421,7 +269,7 @@ TEST_P(StaleFiles, GoWithTheirDeadProcessWhileALiveProcessKeepsAll) {
   Make(path, foreign);
 
   const auto process = [](Gate* resume) {
-    return [resume](Child& c) {
+    return [resume](ChildProcess& c) {
       Editor editor;
       MakeSteps(editor, c.checks);
       ProcessFile own(c.checks);
@@ -434,13 +282,13 @@ TEST_P(StaleFiles, GoWithTheirDeadProcessWhileALiveProcessKeepsAll) {
     };
   };
   Gate resume;
-  Child dead1(process(nullptr)), dead2(process(nullptr)), live(process(&resume));
-  for (Child* child : {&dead1, &dead2, &live}) ASSERT_TRUE(child->WaitReady()) << child->Finish();
+  ChildProcess dead1(process(nullptr)), dead2(process(nullptr)), live(process(&resume));
+  for (ChildProcess* child : {&dead1, &dead2, &live}) ASSERT_TRUE(child->WaitReady()) << child->Finish();
   dead1.Kill();
   dead2.Kill();
 
   const Entries left = List();
-  for (const Child* dead : {&dead1, &dead2}) {
+  for (const ChildProcess* dead : {&dead1, &dead2}) {
     EXPECT_EQ(MissingSteps(left, dead->Pid()), "") << "a killed process leaves its files";
     EXPECT_EQ(Count(left, ProcessDirectory(dead->Pid()) + "/~varn_undo"), 1u) << "and those in its own directory";
   }
@@ -460,7 +308,7 @@ TEST_P(StaleFiles, GoWithTheirDeadProcessWhileALiveProcessKeepsAll) {
 
   // A child of the sweeping process that ends normally without using the directory leaves
   // its parent's files alone.
-  Child idle([](Child& c) { c.End(); });
+  ChildProcess idle([](ChildProcess& c) { c.End(); });
   EXPECT_EQ(idle.Finish(), "");
   EXPECT_EQ(Of(List(), ::getpid()), Of(now, ::getpid())) << "a forked child's end removes none of its parent's files";
 
@@ -482,7 +330,7 @@ INSTANTIATE_TEST_SUITE_P(Sweeps, StaleFiles, testing::ValuesIn(kSweeps),
 // Eight processes take the directory into use at once, each sweeping it while the others make
 // their files; none loses a file to another, and the leftovers of a killed one go.
 TEST_F(SharedUndoDirectory, ProcessesStartingTogetherKeepTheirFilesAndSweepAKilledOne) {
-  Child dead([](Child& c) {
+  ChildProcess dead([](ChildProcess& c) {
     Editor editor;
     MakeSteps(editor, c.checks);
     c.Ready();
@@ -496,9 +344,9 @@ TEST_F(SharedUndoDirectory, ProcessesStartingTogetherKeepTheirFilesAndSweepAKill
   Gate start, swept;
   const fs::path directory = path;
   const pid_t dead_pid = dead.Pid();
-  std::vector<std::unique_ptr<Child>> children;
+  std::vector<std::unique_ptr<ChildProcess>> children;
   for (int i = 0; i < kProcesses; ++i) {
-    children.push_back(std::make_unique<Child>([&](Child& c) {
+    children.push_back(std::make_unique<ChildProcess>([&](ChildProcess& c) {
       start.Wait();
       Editor editor;
       MakeSteps(editor, c.checks);
@@ -523,7 +371,7 @@ TEST_F(SharedUndoDirectory, ProcessesStartingTogetherKeepTheirFilesAndSweepAKill
 // Runs `body` in `c` as the first process (pid 1) of a new pid namespace, reporting through
 // `c`. The process in between waits for it, or kills it once `kill` opens; it never uses the
 // directory, and ends without clean-up.
-[[noreturn]] void InNewPidNamespace(Child& c, Gate* kill, const std::function<void(Child&)>& body) {
+[[noreturn]] void InNewPidNamespace(ChildProcess& c, Gate* kill, const std::function<void(ChildProcess&)>& body) {
   if (!c.checks.Check(::unshare(CLONE_NEWPID) == 0, "a new pid namespace")) c.End();
   const pid_t inner = ::fork();
   if (inner == 0) {
@@ -549,8 +397,8 @@ TEST_F(SharedUndoDirectory, ProcessesOfOneIdInTwoPidNamespacesTakeTwoTags) {
   if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) GTEST_SKIP() << "no new pid namespace can be made here";
 
   const auto process = [](Gate* kill, Gate* resume) {
-    return [=](Child& c) {
-      InNewPidNamespace(c, kill, [=](Child& inner) {
+    return [=](ChildProcess& c) {
+      InNewPidNamespace(c, kill, [=](ChildProcess& inner) {
         Editor editor;
         MakeSteps(editor, inner.checks);
         inner.Ready();
@@ -564,9 +412,9 @@ TEST_F(SharedUndoDirectory, ProcessesOfOneIdInTwoPidNamespacesTakeTwoTags) {
     };
   };
   Gate kill_first, resume_second;
-  Child first(process(&kill_first, nullptr));
+  ChildProcess first(process(&kill_first, nullptr));
   ASSERT_TRUE(first.WaitReady()) << first.Finish();
-  Child second(process(nullptr, &resume_second));
+  ChildProcess second(process(nullptr, &resume_second));
   ASSERT_TRUE(second.WaitReady()) << second.Finish();
   const Entries both = List();
   EXPECT_EQ(MissingSteps(both, "1"), "") << "the first process, tagged with its id";
@@ -698,7 +546,7 @@ TEST_F(SharedUndoDirectory, WithoutASettingTheyLeaveATemporaryDirectoryInMemoryF
   std::string in_memory = "/dev/shm/ostrum-undo-tmp-XXXXXX";
   ASSERT_NE(::mkdtemp(in_memory.data()), nullptr);
 
-  Child child([&](Child& c) {
+  ChildProcess child([&](ChildProcess& c) {
     ::setenv("TMPDIR", in_memory.c_str(), 1);
     // The default is chosen when the setting turns empty: first the test's own directory, so
     // that a choice the parent made before (with its TMPDIR) is not inherited.
@@ -725,7 +573,7 @@ TEST_F(SharedUndoDirectory, ADirectoryNamedWithoutUtf8WorksEndToEnd) {
   const fs::path odd = path / odd_name;
   ASSERT_EQ(::mkdir(odd.c_str(), 0700), 0);
   Use(odd);
-  Child child([&](Child& c) {
+  ChildProcess child([&](ChildProcess& c) {
     Editor editor;
     MakeSteps(editor, c.checks);
     ProcessFile own(c.checks);

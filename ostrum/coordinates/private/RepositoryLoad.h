@@ -4,7 +4,6 @@
 // as a whole; a refused file leaves only this behind, and it is taken back.
 
 #include <cstdint>
-#include <unordered_set>
 #include <utility>
 #include <vector>
 
@@ -29,8 +28,6 @@ struct RepositoryLoad {
   std::uint32_t mm_id = 0;
   /// Every handle read in this file, with the node it held before (still counted).
   std::vector<std::pair<MCoordinateSystem*, Node*>> handles;
-  /// The same handles, to find one read twice.
-  std::unordered_set<MCoordinateSystem const*> handles_read;
   /// "SystemUI" and "SystemSTL" as read.
   MCoordinateSystem system_ui, system_stl;
   bool read_ui = false, read_stl = false, read_mm = false, read_inch = false;

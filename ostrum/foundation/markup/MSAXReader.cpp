@@ -1,8 +1,10 @@
 #include "ostrum/foundation/markup/MSAXReader.h"
 
 #include <fcntl.h>
+#include <libxml/globals.h>
 #include <libxml/parser.h>
 #include <libxml/parserInternals.h>
+#include <libxml/xmlerror.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -13,6 +15,38 @@
 #include "ostrum/foundation/core/CharacterSetConversions.h"
 #include "ostrum/foundation/markup/ISAXPersist.h"
 #include "ostrum/foundation/markup/MStreamTextIn.h"
+#include "ostrum/foundation/markup/private/FlatTable.h"
+
+using Ostrum::Markup::Private::FlatTable;
+
+// Reference numbers as the framework's writer gives them run from 1 up to at most the number
+// of elements, so most live in a plain array indexed by the number; larger ones (a host's own
+// numbering, or a hostile file) go to a table. An entry made null by SetReference is kept as
+// kNullEntry, so that it still counts as defined.
+struct MSAXReader::Tables {
+  std::vector<ISAXReference*> dense;
+  FlatTable<std::uint32_t, ISAXReference*> sparse;
+  FlatTable<ISAXPersist const*, std::uint8_t> roles;
+
+  static inline ISAXReference* const kNullEntry = reinterpret_cast<ISAXReference*>(alignof(std::max_align_t));
+
+  void Clear() {
+    std::vector<ISAXReference*>().swap(dense);
+    sparse.Clear();
+    roles.Clear();
+  }
+  // The entry of `id` (not 0), made empty when there is none.
+  ISAXReference*& Entry(std::uint32_t id) { return id < dense.size() ? dense[id] : sparse[id]; }
+  ISAXReference* Find(std::uint32_t id) const {
+    ISAXReference* found = nullptr;
+    if (id < dense.size()) {
+      found = dense[id];
+    } else if (ISAXReference* const* entry = sparse.Find(id)) {
+      found = *entry;
+    }
+    return found == kNullEntry ? nullptr : found;
+  }
+};
 
 namespace {
 
@@ -21,6 +55,25 @@ std::wstring Wide(char const* text) { return CharacterSetConversions::FromUTF8(t
 bool IsBlank(std::string_view text) {
   return std::all_of(text.begin(), text.end(), [](char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; });
 }
+
+// libxml2 reports a few faults (input in an encoding it cannot convert) on its generic
+// channel, which prints to stderr; the framework has no log of its own, and the parser's own
+// error callback already gives the reader its reason. Quiet for the length of one parse, on
+// this thread (libxml2 keeps the channel per thread).
+class QuietGenericErrors {
+ public:
+  QuietGenericErrors() : m_handler(xmlGenericError), m_context(xmlGenericErrorContext) {
+    xmlSetGenericErrorFunc(nullptr, &Ignore);
+  }
+  ~QuietGenericErrors() { xmlSetGenericErrorFunc(m_context, m_handler); }
+  QuietGenericErrors(QuietGenericErrors const&) = delete;
+  QuietGenericErrors& operator=(QuietGenericErrors const&) = delete;
+
+ private:
+  static void Ignore(void*, char const*, ...) {}
+  xmlGenericErrorFunc m_handler;
+  void* m_context;
+};
 
 std::wstring const& EmptyText() {
   static std::wstring const empty;
@@ -36,7 +89,10 @@ struct MSAXReader::Parse {
   MSAXReader& reader;
   xmlParserCtxtPtr context = nullptr;
   std::vector<std::uint32_t> open;  // indices of the open elements
-  std::unordered_map<xmlChar const*, std::uint32_t> tag_of_name;
+  FlatTable<xmlChar const*, std::uint32_t> tag_of_name;
+  // The last name met: elements of one kind often follow each other.
+  xmlChar const* last_name = nullptr;
+  std::uint32_t last_tag = 0;
   std::wstring failure;
 
   void Stop(std::wstring why) {
@@ -66,9 +122,13 @@ struct MSAXReader::Parse {
     }
     Element e{};
     // The parser keeps each name once in its dictionary, so the pointer identifies the name.
-    auto const [it, inserted] = p.tag_of_name.try_emplace(localname, static_cast<std::uint32_t>(r.m_tags.size()));
-    if (inserted) r.m_tags.push_back(Wide(reinterpret_cast<char const*>(localname)));
-    e.tag = it->second;
+    if (localname != p.last_name) {
+      auto const [tag, inserted] = p.tag_of_name.Insert(localname, static_cast<std::uint32_t>(r.m_tags.size()));
+      if (inserted) r.m_tags.push_back(Wide(reinterpret_cast<char const*>(localname)));
+      p.last_name = localname;
+      p.last_tag = *tag;
+    }
+    e.tag = p.last_tag;
     e.parent = p.open.empty() ? kNone : p.open.back();
     e.text_offset = static_cast<std::uint32_t>(r.m_text.size());
     e.line = static_cast<std::uint32_t>(xmlSAX2GetLineNumber(p.context));
@@ -135,9 +195,9 @@ struct MSAXReader::Parse {
   }
 };
 
-MSAXReader::MSAXReader() = default;
+MSAXReader::MSAXReader() : m_tables(std::make_unique<Tables>()) {}
 
-MSAXReader::MSAXReader(Limits const& limits) : m_limits(limits) {}
+MSAXReader::MSAXReader(Limits const& limits) : m_limits(limits), m_tables(std::make_unique<Tables>()) {}
 
 MSAXReader::~MSAXReader() = default;
 
@@ -152,6 +212,7 @@ bool MSAXReader::_Parse(std::string_view document) {
     m_error = L"a compressed file";
     return false;
   }
+  QuietGenericErrors const quiet;
   Parse p(*this);
   xmlSAXHandler sax;
   std::memset(&sax, 0, sizeof sax);
@@ -210,10 +271,9 @@ void MSAXReader::_Reset() {
   m_root_handler = nullptr;
   m_refused = false;
   m_committing = false;
-  m_references.clear();
+  m_tables->Clear();
   m_resolvers.clear();
   m_participants.clear();
-  m_roles.clear();
   m_checks.clear();
   m_refusal_actions.clear();
   m_owned.clear();
@@ -275,6 +335,10 @@ bool MSAXReader::_Run(std::string_view document, ISAXPersist& handler) {
     return false;
   }
   m_root_handler = &handler;
+  // Any element may define a number; objects taking part are a fraction of the elements (an
+  // object's element holds a few more), and the table grows if not.
+  m_tables->dense.assign(m_elements.size() + 1, nullptr);
+  m_tables->roles.Reserve(m_elements.size() / 4);
   try {
     if (!_Dispatch(handler)) {
       _TakeBack();
@@ -365,8 +429,20 @@ bool MSAXReader::ReadValue(std::wstring& value) const {
     value.clear();
     return false;
   }
-  value = CharacterSetConversions::FromUTF8(std::string_view(m_text).substr(e.text_offset, e.text_length));
+  std::string_view const text = std::string_view(m_text).substr(e.text_offset, e.text_length);
+  // Text of ASCII only (labels and numbers, mostly) is widened in place, into the caller's
+  // storage; anything else is decoded.
+  if (std::all_of(text.begin(), text.end(), [](char c) { return static_cast<signed char>(c) >= 0; }))
+    value.assign(text.begin(), text.end());
+  else
+    value = CharacterSetConversions::FromUTF8(text);
   return true;
+}
+
+std::string_view MSAXReader::GetValueUTF8() const {
+  if (m_current == kNone) return {};
+  Element const& e = m_elements[m_current];
+  return std::string_view(m_text).substr(e.text_offset, e.text_length);
 }
 
 std::wstring const& MSAXReader::GetParentTag(int level) const {
@@ -383,7 +459,7 @@ int MSAXReader::GetLineNumber() const {
 
 void MSAXReader::_AddParticipant(ISAXPersist* object) {
   if (object == m_root_handler) return;
-  std::uint8_t& role = m_roles[object];
+  std::uint8_t& role = m_tables->roles[object];
   if (!(role & 2)) m_participants.push_back(object);
   role |= 2;
 }
@@ -399,8 +475,10 @@ void MSAXReader::DelegateElement(ISAXPersist* handler, bool owned) {
   std::uint32_t const id = m_elements[m_current].id;
   if (id == 0) return;
   if (ISAXReference* const identity = handler->GetObjectReference()) {
-    auto const [it, inserted] = m_references.try_emplace(id, identity);
-    if (!inserted)
+    ISAXReference*& entry = m_tables->Entry(id);
+    if (!entry)
+      entry = identity;
+    else
       Refuse(L"the reference number " + std::to_wstring(id) + L" is defined twice (line " +
              std::to_wstring(m_elements[m_current].line) + L")");
   }
@@ -408,20 +486,26 @@ void MSAXReader::DelegateElement(ISAXPersist* handler, bool owned) {
 
 void MSAXReader::AddToReferenceResolver(ISAXPersist* object) {
   if (!object || m_committing) return;
-  std::uint8_t& role = m_roles[object];
+  // An object asks once per reference it reads, mostly several times in a row.
+  if (!m_resolvers.empty() && m_resolvers.back() == object) return;
+  std::uint8_t& role = m_tables->roles[object];
   if (!(role & 1)) m_resolvers.push_back(object);
   role |= 1;
   _AddParticipant(object);
 }
 
+bool MSAXReader::IsReferenceResolver(ISAXPersist const* object) const {
+  std::uint8_t const* const role = m_tables->roles.Find(object);
+  return role && (*role & 1);
+}
+
 ISAXReference* MSAXReader::FindReference(std::uint32_t id) const {
-  auto const it = m_references.find(id);
-  return it == m_references.end() ? nullptr : it->second;
+  return id ? m_tables->Find(id) : nullptr;
 }
 
 void MSAXReader::SetReference(std::uint32_t id, ISAXReference* reference) {
   if (id == 0) return Refuse(L"the reference number 0 defined");
-  m_references[id] = reference;
+  m_tables->Entry(id) = reference ? reference : Tables::kNullEntry;
 }
 
 void MSAXReader::AddLoadCheck(std::function<bool()> check) {

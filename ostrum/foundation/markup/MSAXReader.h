@@ -74,6 +74,9 @@ class OSTRUM_API MSAXReader {
 
   /// The text of the element being offered, as it stands in the file; false if it is empty.
   bool ReadValue(std::wstring& value) const;
+  /// The same text as UTF-8, without a copy; valid until the next element is offered. For
+  /// numbers, which MStreamTextIn reads straight from it.
+  std::string_view GetValueUTF8() const;
   /// The name of the element being offered (0), of its parent (1), and so on; empty above the
   /// document element or outside HandleTag.
   std::wstring const& GetParentTag(int level) const;
@@ -92,6 +95,8 @@ class OSTRUM_API MSAXReader {
   /// Asks for `object`'s ResolveReferences once the whole file is in (once, however often it
   /// asks).
   void AddToReferenceResolver(ISAXPersist* object);
+  /// Whether `object` has asked for its ResolveReferences in the read under way.
+  bool IsReferenceResolver(ISAXPersist const* object) const;
   /// The object entered under `id`; null for 0 and for numbers no element defined.
   ISAXReference* FindReference(std::uint32_t id) const;
   /// Enters `reference` under `id`, replacing what stood there (0 is refused).
@@ -145,10 +150,12 @@ class OSTRUM_API MSAXReader {
   bool m_refused = false;
   bool m_committing = false;
   std::wstring m_error;
-  std::unordered_map<std::uint32_t, ISAXReference*> m_references;
+  // The reference table and the roles of the objects taking part (bit 0 resolver, bit 1
+  // participant), in flat tables of the reader's own.
+  struct Tables;
+  std::unique_ptr<Tables> m_tables;
   std::vector<ISAXPersist*> m_resolvers;
   std::vector<ISAXPersist*> m_participants;
-  std::unordered_map<ISAXPersist const*, std::uint8_t> m_roles;  // bit 0 resolver, bit 1 participant
   std::vector<std::function<bool()>> m_checks;
   std::vector<std::function<void()>> m_refusal_actions;
   std::vector<std::unique_ptr<ISAXPersist>> m_owned;

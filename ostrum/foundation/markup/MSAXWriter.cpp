@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "ostrum/foundation/markup/ISAXReference.h"
+#include "ostrum/foundation/markup/private/FlatTable.h"
 
 namespace {
 
@@ -62,8 +63,32 @@ xmlChar const* X(std::string const& s) { return reinterpret_cast<xmlChar const*>
 struct MSAXWriter::Impl {
   xmlBufferPtr buffer = nullptr;
   xmlTextWriterPtr writer = nullptr;
+  // The number of each object referred to, shifted left by one; the low bit says whether the
+  // element defining the number has been written.
+  Ostrum::Markup::Private::FlatTable<ISAXReference const*, std::uint32_t> ids;
   // Scratch conversions, kept so that a long write allocates only while they grow.
   std::string name, text;
+  // Names already checked and converted: a file uses a handful of names over and over.
+  struct KnownName {
+    std::wstring wide;
+    std::string utf8;
+  };
+  static constexpr std::size_t kKnownNames = 16;
+  KnownName known[kKnownNames];
+  std::size_t known_count = 0, next_known = 0;
+
+  // `name` checked and converted, from the names already seen when it is one of them.
+  std::string const* Name(std::wstring_view tag) {
+    for (std::size_t i = 0; i < known_count; ++i)
+      if (known[i].wide == tag) return &known[i].utf8;
+    if (!ToXmlName(name, tag)) return nullptr;
+    KnownName& slot = known[next_known];
+    next_known = (next_known + 1) % kKnownNames;
+    if (known_count < kKnownNames) ++known_count;
+    slot.wide.assign(tag);
+    slot.utf8 = name;
+    return &slot.utf8;
+  }
   // Names of the open elements; entries beyond the depth are kept for reuse.
   std::vector<std::string> open;
   ~Impl() {
@@ -89,18 +114,20 @@ bool MSAXWriter::_Fail() {
 }
 
 bool MSAXWriter::WriteStartTag(std::wstring_view tag) {
-  if (m_failed || m_ended || !ToXmlName(m_impl->name, tag)) return _Fail();
-  if (xmlTextWriterStartElement(m_impl->writer, X(m_impl->name)) < 0) return _Fail();
+  std::string const* const name = m_failed || m_ended ? nullptr : m_impl->Name(tag);
+  if (!name) return _Fail();
+  if (xmlTextWriterStartElement(m_impl->writer, X(*name)) < 0) return _Fail();
   if (m_impl->open.size() <= static_cast<std::size_t>(m_depth)) m_impl->open.resize(m_depth + 1);
-  m_impl->open[m_depth].assign(m_impl->name);
+  m_impl->open[m_depth].assign(*name);
   ++m_depth;
   return true;
 }
 
 bool MSAXWriter::WriteEndTag(std::wstring_view tag) {
-  if (m_failed || m_depth == 0 || !ToXmlName(m_impl->name, tag)) return _Fail();
+  std::string const* const name = m_failed || m_depth == 0 ? nullptr : m_impl->Name(tag);
+  if (!name) return _Fail();
   // A different name than the open element's means the caller lost count.
-  if (m_impl->open[m_depth - 1] != m_impl->name) return _Fail();
+  if (m_impl->open[m_depth - 1] != *name) return _Fail();
   if (xmlTextWriterEndElement(m_impl->writer) < 0) return _Fail();
   --m_depth;
   return true;
@@ -114,23 +141,23 @@ bool MSAXWriter::_EndElementOpenedAt(int depth) {
 }
 
 bool MSAXWriter::WriteValue(std::wstring_view tag, std::wstring_view value) {
-  if (m_failed || m_ended || !ToXmlName(m_impl->name, tag) || !ToXmlText(m_impl->text, value)) return _Fail();
-  if (xmlTextWriterWriteElement(m_impl->writer, X(m_impl->name), X(m_impl->text)) < 0) return _Fail();
+  std::string const* const name = m_failed || m_ended ? nullptr : m_impl->Name(tag);
+  if (!name || !ToXmlText(m_impl->text, value)) return _Fail();
+  if (xmlTextWriterWriteElement(m_impl->writer, X(*name), X(m_impl->text)) < 0) return _Fail();
   return true;
 }
 
 std::uint32_t MSAXWriter::_Id(ISAXReference const* reference) {
-  // The low bit of an entry says whether the element defining the number has been written.
-  auto const [it, inserted] = m_ids.try_emplace(reference, m_next_id << 1);
+  auto const [entry, inserted] = m_impl->ids.Insert(reference, m_next_id << 1);
   if (inserted) ++m_next_id;
-  return it->second >> 1;
+  return *entry >> 1;
 }
 
 bool MSAXWriter::RegisterReference(ISAXReference const* reference) {
   if (m_failed || m_ended || !reference || m_depth == 0) return _Fail();
-  auto const [it, inserted] = m_ids.try_emplace(reference, m_next_id << 1);
+  auto const [slot, inserted] = m_impl->ids.Insert(reference, m_next_id << 1);
   if (inserted) ++m_next_id;
-  std::uint32_t& entry = it->second;
+  std::uint32_t& entry = *slot;
   std::uint32_t const id = entry >> 1;
   if (entry & 1) return _Fail();
   char digits[16];
@@ -144,12 +171,13 @@ bool MSAXWriter::RegisterReference(ISAXReference const* reference) {
 }
 
 bool MSAXWriter::WriteReference(std::wstring_view tag, ISAXReference const* reference) {
-  if (m_failed || m_ended || !ToXmlName(m_impl->name, tag)) return _Fail();
+  std::string const* const name = m_failed || m_ended ? nullptr : m_impl->Name(tag);
+  if (!name) return _Fail();
   std::uint32_t const id = reference ? _Id(reference) : 0;
   char digits[16];
   auto const end = std::to_chars(digits, digits + sizeof digits - 1, id).ptr;
   *end = 0;
-  if (xmlTextWriterWriteElement(m_impl->writer, X(m_impl->name), BAD_CAST digits) < 0) return _Fail();
+  if (xmlTextWriterWriteElement(m_impl->writer, X(*name), BAD_CAST digits) < 0) return _Fail();
   return true;
 }
 
@@ -177,7 +205,7 @@ void MSAXWriter::AppendNumber(std::wstring& text, double value) const {
 
 bool MSAXWriter::EndDocument() {
   if (m_failed || m_ended || m_depth != 0) return _Fail();
-  if (m_defined != m_ids.size()) return _Fail();
+  if (m_defined != GetNumberOfReferences()) return _Fail();
   if (xmlTextWriterEndDocument(m_impl->writer) < 0 || xmlTextWriterFlush(m_impl->writer) < 0) return _Fail();
   m_ended = true;
   m_output.assign(reinterpret_cast<char const*>(xmlBufferContent(m_impl->buffer)),

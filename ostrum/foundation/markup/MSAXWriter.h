@@ -23,7 +23,6 @@
 #include <memory>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 
 #include "ostrum/Export.h"
 
@@ -68,7 +67,7 @@ class OSTRUM_API MSAXWriter {
   /// The document's bytes, complete after EndDocument answered true.
   std::string const& GetOutput() const { return m_output; }
   /// Number of references given so far.
-  std::size_t GetNumberOfReferences() const { return m_ids.size(); }
+  std::size_t GetNumberOfReferences() const { return m_next_id - 1; }
 
  private:
   friend class MSAXTagWriter;
@@ -79,8 +78,7 @@ class OSTRUM_API MSAXWriter {
   std::uint32_t _Id(ISAXReference const* reference);
   bool _Fail();
 
-  std::unique_ptr<Impl> m_impl;
-  std::unordered_map<ISAXReference const*, std::uint32_t> m_ids;
+  std::unique_ptr<Impl> m_impl;  // the XML writer, the reference numbers, scratch text
   std::size_t m_defined = 0;
   std::uint32_t m_next_id = 1;
   int m_precision = 0;

@@ -6,7 +6,10 @@
 
 namespace {
 
-bool IsBlank(wchar_t c) { return c == L' ' || c == L'\t' || c == L'\n' || c == L'\r'; }
+bool IsBlank(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
+
+// No number needs more than a few dozen characters; a longer word is no value of ours.
+constexpr std::size_t kMaxWord = 63;
 
 }  // namespace
 
@@ -42,7 +45,13 @@ bool ParseNumber(std::string_view word, std::uint64_t& value) {
 
 }  // namespace Ostrum::Markup
 
-MStreamTextIn::MStreamTextIn(std::wstring text) : m_text(std::move(text)) {}
+MStreamTextIn::MStreamTextIn(std::wstring text) {
+  m_copy.reserve(text.size());
+  for (wchar_t c : text) m_copy += c > 0 && c < 0x80 ? static_cast<char>(c) : '\x80';
+  m_text = m_copy;
+}
+
+MStreamTextIn::MStreamTextIn(std::string_view text) : m_text(text) {}
 
 bool MStreamTextIn::AtEnd() {
   while (m_position < m_text.size() && IsBlank(m_text[m_position])) ++m_position;
@@ -50,26 +59,27 @@ bool MStreamTextIn::AtEnd() {
 }
 
 bool MStreamTextIn::_NextWord() {
-  m_word_length = 0;
+  m_word = {};
   if (m_failed || AtEnd()) {
     m_failed = true;
     return false;
   }
+  std::size_t const begin = m_position;
   while (m_position < m_text.size() && !IsBlank(m_text[m_position])) {
-    wchar_t const c = m_text[m_position++];
-    // No number needs more than a few dozen characters; a longer word is no value of ours.
-    if (c <= 0 || c > 0x7E || m_word_length + 1 >= sizeof m_word) {
+    // As signed char, every byte beyond ASCII (each byte of a longer UTF-8 character) is < 0.
+    signed char const c = static_cast<signed char>(m_text[m_position++]);
+    if (c <= 0 || c > 0x7E || m_position - begin > kMaxWord) {
       m_failed = true;
       return false;
     }
-    m_word[m_word_length++] = static_cast<char>(c);
   }
+  m_word = m_text.substr(begin, m_position - begin);
   return true;
 }
 
 MStreamTextIn& MStreamTextIn::operator>>(bool& value) {
   if (!_NextWord()) return *this;
-  std::string_view const word(m_word, m_word_length);
+  std::string_view const word = m_word;
   if (word == "true" || word == "1")
     value = true;
   else if (word == "false" || word == "0")
@@ -82,12 +92,13 @@ MStreamTextIn& MStreamTextIn::operator>>(bool& value) {
 template <typename T>
 MStreamTextIn& MStreamTextIn::_ReadInteger(T& value) {
   if (!_NextWord()) return *this;
-  char const* begin = m_word;
+  char const* begin = m_word.data();
+  char const* const last = m_word.data() + m_word.size();
   // from_chars takes a '-' for signed types only, and no '+'.
   if (*begin == '+') ++begin;
   T parsed{};
-  auto const [end, error] = std::from_chars(begin, m_word + m_word_length, parsed, 10);
-  if (begin == m_word + m_word_length || error != std::errc() || end != m_word + m_word_length)
+  auto const [end, error] = std::from_chars(begin, last, parsed, 10);
+  if (begin == last || error != std::errc() || end != last)
     m_failed = true;
   else
     value = parsed;
@@ -98,7 +109,7 @@ template <typename T>
 MStreamTextIn& MStreamTextIn::_ReadFloating(T& value) {
   if (!_NextWord()) return *this;
   double parsed = 0;
-  if (!Ostrum::Markup::ParseNumber(std::string_view(m_word, m_word_length), parsed) ||
+  if (!Ostrum::Markup::ParseNumber(m_word, parsed) ||
       std::fabs(parsed) > static_cast<double>(std::numeric_limits<T>::max())) {
     m_failed = true;
     return *this;

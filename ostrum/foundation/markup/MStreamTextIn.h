@@ -17,6 +17,11 @@ class OSTRUM_API MStreamTextIn {
  public:
   /// A stream over a copy of `text`, positioned at its start.
   explicit MStreamTextIn(std::wstring text);
+  /// A stream over UTF-8 `text` itself, which must outlive the stream (no copy is made: this
+  /// is how loaders read numbers straight from MSAXReader::GetValueUTF8).
+  explicit MStreamTextIn(std::string_view text);
+  MStreamTextIn(MStreamTextIn const&) = delete;
+  MStreamTextIn& operator=(MStreamTextIn const&) = delete;
 
   /// "true" or "1" give true, "false" or "0" false; anything else fails.
   MStreamTextIn& operator>>(bool& value);
@@ -37,19 +42,21 @@ class OSTRUM_API MStreamTextIn {
   bool AtEnd();
 
  private:
-  // The next word as ASCII in `m_word`; false (and failed) when there is none, it is too long
-  // for any number, or it holds a character beyond ASCII.
+  // The next word, of printable ASCII, in `m_word`; false (and failed) when there is none, it
+  // is too long for any number, or it holds any other character.
   bool _NextWord();
   template <typename T>
   MStreamTextIn& _ReadInteger(T& value);
   template <typename T>
   MStreamTextIn& _ReadFloating(T& value);
 
-  std::wstring m_text;
+  // The text read: a view of the caller's UTF-8, or of `m_copy`, the narrowed copy of a wide
+  // text (a character beyond ASCII becomes a byte no word may hold).
+  std::string m_copy;
+  std::string_view m_text;
   std::size_t m_position = 0;
   bool m_failed = false;
-  char m_word[64] = {};
-  std::size_t m_word_length = 0;
+  std::string_view m_word;
 };
 
 namespace Ostrum::Markup {

@@ -28,6 +28,7 @@ constexpr DWORD MLF_SHOWONIDLE = 0x0004;
 /// links to a parent object, which is how the framework's document and view objects are joined
 /// before any window exists.
 class CDataExchange;
+class CDC;
 
 class OSTRUM_API CWnd : public CCmdTarget {
   DECLARE_DYNAMIC(CWnd)
@@ -175,6 +176,7 @@ class OSTRUM_API CWnd : public CCmdTarget {
   void OnMove(int x, int y);
   void OnPaint();
   void OnNcPaint();
+  BOOL OnEraseBkgnd(CDC* dc);
   void OnNcCalcSize(BOOL calc_valid_rects, NCCALCSIZE_PARAMS* params);
   void OnClose();
   void OnShowWindow(BOOL show, UINT status);

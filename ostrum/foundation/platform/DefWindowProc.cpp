@@ -8,7 +8,8 @@
 //                    cursor, the class cursor in the client area, the arrow on the frame
 //   WM_MOUSEACTIVATE asks the parent first (a nonzero answer stands); MA_ACTIVATE
 //   WM_ACTIVATE      an activated window takes the focus
-//   WM_ERASEBKGND    TRUE (erased) if the class has a background brush, else 0
+//   WM_ERASEBKGND    fills the client area through the DC in wParam with the class's background
+//                    brush: TRUE (erased) if the class has one, else 0
 //   WM_PAINT         BeginPaint and EndPaint: the update rectangle is validated
 //   WM_RBUTTONUP     sends WM_CONTEXTMENU (this window, the point on the screen) to the window
 //   WM_CONTEXTMENU, WM_MOUSEWHEEL, WM_MOUSEHWHEEL   a child passes them to its parent
@@ -23,6 +24,7 @@
 
 #include "ostrum/foundation/platform/Capture.h"
 #include "ostrum/foundation/platform/Cursor.h"
+#include "ostrum/foundation/platform/DeviceContext.h"
 #include "ostrum/foundation/platform/KeyState.h"
 #include "ostrum/foundation/platform/Paint.h"
 #include "ostrum/foundation/platform/SystemMetrics.h"
@@ -134,6 +136,14 @@ LRESULT ChooseCursor(HWND hwnd, WPARAM wParam, LPARAM lParam) {
   return TRUE;
 }
 
+LRESULT EraseBackground(HWND hwnd, HDC hdc) {
+  const Facts facts = FactsOf(hwnd);
+  if (!facts.class_brush) return FALSE;
+  RECT client{};
+  if (hdc && GetClientRect(hwnd, &client)) FillRect(hdc, &client, facts.class_brush);
+  return TRUE;
+}
+
 }  // namespace
 
 LRESULT DefWindowProcW(HWND hwnd, UINT message, WPARAM wParam, LPARAM lParam) {
@@ -166,7 +176,7 @@ LRESULT DefWindowProcW(HWND hwnd, UINT message, WPARAM wParam, LPARAM lParam) {
         Ostrum::Desktop::Private::MoveFocus(hwnd);
       return 0;
     case WM_ERASEBKGND:
-      return FactsOf(hwnd).class_brush ? TRUE : FALSE;
+      return EraseBackground(hwnd, reinterpret_cast<HDC>(wParam));
     case WM_PAINT: {
       PAINTSTRUCT paint;
       BeginPaint(hwnd, &paint);

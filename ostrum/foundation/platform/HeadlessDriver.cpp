@@ -2,6 +2,7 @@
 
 #include "ostrum/foundation/platform/IDesktopBackend.h"
 #include "ostrum/foundation/platform/WinMessages.h"
+#include "ostrum/foundation/platform/WindowImage.h"
 #include "ostrum/foundation/platform/private/InputRouting.h"
 
 namespace Ostrum::Desktop {
@@ -23,6 +24,17 @@ BOOL HeadlessDriver::InjectInput(HWND hwnd, UINT message, WPARAM wParam, LPARAM 
 BOOL HeadlessDriver::InjectKeyPress(HWND hwnd, UINT key) {
   if (!hwnd) return FALSE;
   return Private::QueueKey(hwnd, key, true) && Private::QueueKey(hwnd, key, false) ? TRUE : FALSE;
+}
+
+COLORREF HeadlessDriver::PixelAt(HWND hwnd, POINT point) const { return GetWindowPixel(hwnd, point); }
+
+bool HeadlessDriver::Image(HWND hwnd, BitmapPixels& out) const { return GetWindowImage(hwnd, out); }
+
+bool HeadlessDriver::Screenshot(HWND hwnd, BitmapPixels& out) const { return ComposeWindowImage(hwnd, out); }
+
+bool HeadlessDriver::WritePng(HWND hwnd, const std::string& path) const {
+  BitmapPixels pixels;
+  return ComposeWindowImage(hwnd, pixels) && Ostrum::Desktop::WritePng(pixels, path);
 }
 
 }  // namespace Ostrum::Desktop

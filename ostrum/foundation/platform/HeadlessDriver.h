@@ -1,11 +1,13 @@
 #pragma once
 // HeadlessDriver: how tests and headless hosts act as the world outside the model: they let
-// time pass, size the screen, and deliver messages for a window directly. User input at the
-// screen goes through Input.h.
+// time pass, size the screen, deliver messages for a window directly, and look at what windows
+// drew. User input at the screen goes through Input.h.
 
 #include <cstdint>
+#include <string>
 
 #include "ostrum/Export.h"
+#include "ostrum/foundation/platform/GdiObjects.h"
 #include "ostrum/foundation/platform/HeadlessBackend.h"
 #include "ostrum/foundation/platform/WinTypes.h"
 
@@ -33,6 +35,17 @@ class OSTRUM_API HeadlessDriver {
   /// A key pressed and released for `hwnd` whatever has the focus: WM_KEYDOWN then WM_KEYUP
   /// (WM_SYS* while Alt is down), with the key state and flags of real keys.
   BOOL InjectKeyPress(HWND hwnd, UINT key);
+
+  // What windows drew (see WindowImage.h); points in window coordinates, frame included.
+  /// The pixel at `point`; CLR_INVALID outside the window or for no window.
+  COLORREF PixelAt(HWND hwnd, POINT point) const;
+  /// The window's own image; false for no window.
+  bool Image(HWND hwnd, BitmapPixels& out) const;
+  /// The window with its visible descendants over it, as a screen would show it; false for no
+  /// window.
+  bool Screenshot(HWND hwnd, BitmapPixels& out) const;
+  /// Screenshot written as a PNG file; false for no window or a file that cannot be written.
+  bool WritePng(HWND hwnd, const std::string& path) const;
 
  private:
   HeadlessBackend& m_backend;

@@ -22,6 +22,7 @@
 #include "ostrum/foundation/platform/WinTypes.h"
 
 class CCmdTarget;
+class CDC;
 class CWnd;
 struct CREATESTRUCTW;
 struct NMHDR;
@@ -48,6 +49,9 @@ struct MessageMap {
 
 /// The window of a handle as the handlers receive it (CWnd::FromHandle); defined with CWnd.
 OSTRUM_API CWnd* WindowObjectOf(HWND hwnd);
+
+/// The device context of a handle as the handlers receive it (CDC::FromHandle); defined with CDC.
+OSTRUM_API CDC* DeviceContextObjectOf(HDC hdc);
 
 /// The thunk of `Handler` for messages unpacked by `Cracker`.
 template <class Cracker, auto Handler>
@@ -78,6 +82,13 @@ struct Void {
   static LRESULT Call(CCmdTarget& t, void (C::*h)(), WPARAM, LPARAM) {
     (static_cast<C&>(t).*h)();
     return 0;
+  }
+};
+/// BOOL (CDC*): WM_ERASEBKGND, answering whether the background was erased.
+struct EraseBackground {
+  template <class C>
+  static LRESULT Call(CCmdTarget& t, BOOL (C::*h)(CDC*), WPARAM w, LPARAM) {
+    return (static_cast<C&>(t).*h)(DeviceContextObjectOf(reinterpret_cast<HDC>(w)));
   }
 };
 /// int (CREATESTRUCTW*): WM_CREATE and WM_NCCREATE answer the handler's value.
@@ -291,6 +302,7 @@ constexpr UINT CN_COMMAND = 0;
 #define ON_WM_SIZE() OSTRUM_MAP_ENTRY(WM_SIZE, Size, OnSize)
 #define ON_WM_MOVE() OSTRUM_MAP_ENTRY(WM_MOVE, Move, OnMove)
 #define ON_WM_PAINT() OSTRUM_MAP_ENTRY(WM_PAINT, Void, OnPaint)
+#define ON_WM_ERASEBKGND() OSTRUM_MAP_ENTRY(WM_ERASEBKGND, EraseBackground, OnEraseBkgnd)
 #define ON_WM_NCPAINT() OSTRUM_MAP_ENTRY(WM_NCPAINT, Void, OnNcPaint)
 #define ON_WM_NCCALCSIZE() OSTRUM_MAP_ENTRY(WM_NCCALCSIZE, NcCalcSize, OnNcCalcSize)
 #define ON_WM_CLOSE() OSTRUM_MAP_ENTRY(WM_CLOSE, Void, OnClose)

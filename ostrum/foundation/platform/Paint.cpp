@@ -8,6 +8,8 @@
 #include "ostrum/foundation/platform/Rect.h"
 #include "ostrum/foundation/platform/WinMessages.h"
 #include "ostrum/foundation/platform/Window.h"
+#include "ostrum/foundation/platform/DeviceContext.h"
+#include "ostrum/foundation/platform/private/DeviceContexts.h"
 #include "ostrum/foundation/platform/private/Painting.h"
 #include "ostrum/foundation/platform/private/ProcedureCall.h"
 #include "ostrum/foundation/platform/private/ThreadQueue.h"
@@ -155,6 +157,14 @@ BOOL UpdateWindow(HWND hwnd) {
   return TRUE;
 }
 
+BOOL RedrawWindow(HWND hwnd, const RECT* rect, HRGN, UINT flags) {
+  if (!FindOwnWindowOrFail(hwnd)) return FALSE;
+  if (flags & RDW_INVALIDATE) InvalidateRect(hwnd, rect, (flags & RDW_ERASE) ? TRUE : FALSE);
+  if (flags & RDW_VALIDATE) ValidateRect(hwnd, rect);
+  if (flags & (RDW_UPDATENOW | RDW_ERASENOW)) UpdateWindow(hwnd);
+  return TRUE;
+}
+
 HDC BeginPaint(HWND hwnd, LPPAINTSTRUCT paint) {
   if (!paint || !FindOwnWindowOrFail(hwnd)) return nullptr;
   struct Pending {
@@ -172,14 +182,21 @@ HDC BeginPaint(HWND hwnd, LPPAINTSTRUCT paint) {
     }
     return taken;
   });
-  // 2. The frame, then the background.
+  // 2. The frame, then the background, erased through the paint DC so that only what is to be
+  //    painted is touched.
   if (pending.frame) Ostrum::Desktop::Private::SendToWindow(hwnd, WM_NCPAINT, 1, 0);
-  bool erased = true;
-  if (pending.erase && IsWindow(hwnd)) erased = Ostrum::Desktop::Private::SendToWindow(hwnd, WM_ERASEBKGND, 0, 0) != 0;
   *paint = PAINTSTRUCT{};
-  paint->fErase = erased ? FALSE : TRUE;
   paint->rcPaint = pending.update;
+  paint->hdc = Ostrum::Desktop::Private::MakePaintDC(hwnd, pending.update);
+  bool erased = true;
+  if (pending.erase && IsWindow(hwnd))
+    erased = Ostrum::Desktop::Private::SendToWindow(hwnd, WM_ERASEBKGND, reinterpret_cast<WPARAM>(paint->hdc), 0) != 0;
+  paint->fErase = erased ? FALSE : TRUE;
   return paint->hdc;
 }
 
-BOOL EndPaint(HWND, const PAINTSTRUCT*) { return TRUE; }
+BOOL EndPaint(HWND, const PAINTSTRUCT* paint) {
+  // The paint DC goes whatever its window did meanwhile; EndPaint does not fail.
+  if (paint && paint->hdc) DeleteDC(paint->hdc);
+  return TRUE;
+}

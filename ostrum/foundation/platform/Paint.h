@@ -9,7 +9,7 @@
 
 /// What BeginPaint hands the painter.
 struct PAINTSTRUCT {
-  HDC hdc = nullptr;       ///< the device context to paint with (null until device contexts exist)
+  HDC hdc = nullptr;       ///< the paint DC: the client area, touching only rcPaint
   BOOL fErase = FALSE;     ///< the background still needs erasing: WM_ERASEBKGND did not erase it
   RECT rcPaint{};          ///< what is to be painted, in client coordinates
   BOOL fRestore = FALSE;
@@ -31,9 +31,24 @@ OSTRUM_API BOOL ValidateRect(HWND hwnd, const RECT* rect);
 OSTRUM_API BOOL GetUpdateRect(HWND hwnd, LPRECT rect, BOOL erase);
 /// Sends WM_PAINT to the window at once if its update rectangle is not empty.
 OSTRUM_API BOOL UpdateWindow(HWND hwnd);
-/// Starts painting a window: WM_NCPAINT if its frame is to be drawn, WM_ERASEBKGND if its
-/// background is to be erased (fErase tells whether it was), then the update rectangle becomes
-/// rcPaint and the window is validated. Answers the paint's device context (null for now).
+/// Starts painting a window: the update rectangle becomes rcPaint and the window is validated;
+/// WM_NCPAINT if its frame is to be drawn; a paint DC on the client area that touches only
+/// rcPaint; WM_ERASEBKGND with that DC if the background is to be erased (fErase tells whether
+/// it was). Answers the paint DC (null for no window).
 OSTRUM_API HDC BeginPaint(HWND hwnd, LPPAINTSTRUCT paint);
-/// Ends what BeginPaint began.
+/// Ends what BeginPaint began: the paint DC is given back.
 OSTRUM_API BOOL EndPaint(HWND hwnd, const PAINTSTRUCT* paint);
+
+struct HRGN__;
+using HRGN = HRGN__*;  ///< a region; the model has none, a region argument is taken as null
+constexpr UINT RDW_INVALIDATE = 0x0001;
+constexpr UINT RDW_INTERNALPAINT = 0x0002;
+constexpr UINT RDW_ERASE = 0x0004;
+constexpr UINT RDW_VALIDATE = 0x0008;
+constexpr UINT RDW_UPDATENOW = 0x0100;
+constexpr UINT RDW_ERASENOW = 0x0200;
+/// Invalidates (RDW_INVALIDATE, with RDW_ERASE) or validates (RDW_VALIDATE) `rect` (null: the
+/// whole client area) of a window of the calling thread, then paints it at once with
+/// RDW_UPDATENOW (or RDW_ERASENOW). Regions are not modelled: `region` must be null. Children
+/// are not included. FALSE for no window or another thread's.
+OSTRUM_API BOOL RedrawWindow(HWND hwnd, const RECT* rect, HRGN region, UINT flags);

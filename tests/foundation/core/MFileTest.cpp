@@ -13,6 +13,7 @@
 #include <fstream>
 #include <filesystem>
 #include <iterator>
+#include <memory>
 #include <numeric>
 #include <string>
 #include <tuple>
@@ -303,30 +304,18 @@ TEST(MFileName, FailedTempNameLeavesNoNameToOpen) {
 TEST(MFileName, ConcurrentProcessesNeverShareATempName) {
   TempDir dir;
   constexpr int kProcesses = 3, kNamesEach = 400;
-  int start[2];
-  ASSERT_EQ(::pipe(start), 0);
-  pid_t children[kProcesses];
-  for (pid_t& child : children) {
-    child = ::fork();
-    ASSERT_GE(child, 0);
-    if (child == 0) {
-      ::close(start[1]);
-      char go;
-      while (::read(start[0], &go, 1) > 0) {
-      }  // all start together when the parent closes the pipe
+  Gate start;  // all start together
+  std::vector<std::unique_ptr<ChildProcess>> children;
+  for (int i = 0; i < kProcesses; ++i)
+    children.push_back(std::make_unique<ChildProcess>([&](ChildProcess& c) {
+      start.Wait();
       MFileName name;
       int failures = 0;
-      for (int i = 0; i < kNamesEach; ++i) failures += !name.SET_TEMP_NAME(dir.Wide(), L"~varn_redo");
-      ::_exit(failures == 0 ? 0 : 1);
-    }
-  }
-  ::close(start[0]);
-  ::close(start[1]);
-  for (pid_t child : children) {
-    int status = 0;
-    ::waitpid(child, &status, 0);
-    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << "a child got no name";
-  }
+      for (int k = 0; k < kNamesEach; ++k) failures += !name.SET_TEMP_NAME(dir.Wide(), L"~varn_redo");
+      c.checks.Check(failures == 0, std::to_string(failures) + " calls got no name");
+    }));
+  start.Open();
+  for (auto& child : children) EXPECT_EQ(child->Finish(), "");
   // Every successful call made its own empty file of the user only: a name handed to two callers
   // would show as fewer files.
   EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir.Path()), {}), kProcesses * kNamesEach);

@@ -126,6 +126,57 @@ TEST(MSAXReader, ReferenceNumbersNameTheObjectsInChargeAndOneNumberIsDefinedOnce
   }
 }
 
+// Small numbers (up to the number of elements) and large ones are kept apart inside the
+// reader; both must define once, be found, be replaced by SetReference, and a number entered
+// as null still counts as defined.
+TEST(MSAXReader, SmallAndLargeReferenceNumbersBehaveAlike) {
+  struct Probe : ISAXPersist {
+    std::vector<std::unique_ptr<ISAXPersist>> made;
+    std::vector<ISAXReference*> found;
+    bool asked_before = true, asked_after = false, made_asked = true;
+    bool HandleTag(std::wstring const& tag, MSAXReader& reader) override {
+      if (tag == L"Object") {
+        made.emplace_back(new ISAXPersist);
+        reader.DelegateElement(made.back().get());
+      }
+      if (tag == L"Null") reader.SetReference(3, nullptr);
+      if (tag == L"Doc") {
+        asked_before = reader.IsReferenceResolver(this);
+        reader.AddToReferenceResolver(this);
+        asked_after = reader.IsReferenceResolver(this);
+      }
+      return true;
+    }
+    void ResolveReferences(MSAXReader& reader) override {
+      made_asked = reader.IsReferenceResolver(made.front().get());
+      for (std::uint32_t id : {1u, 5u, 6u, 7u, 4000000000u, 2u}) found.push_back(reader.FindReference(id));
+      reader.SetReference(5, made[4].get());
+      reader.SetReference(4000000000u, nullptr);
+      found.push_back(reader.FindReference(5));
+      found.push_back(reader.FindReference(4000000000u));
+    }
+  };
+  // Six elements: 1, 5 and 6 are small numbers here, 7 and 4000000000 large ones.
+  std::string const doc =
+      "<Doc><Object id='1'/><Object id='5'/><Object id='6'/><Object id='4000000000'/><Object id='7'/></Doc>";
+  Probe probe;
+  MSAXReader reader;
+  ASSERT_TRUE(reader.ReadMemory(doc, probe)) << reader.GetError();
+  ASSERT_EQ(probe.made.size(), 5u);
+  auto m = [&](int i) -> ISAXReference* { return probe.made[i].get(); };
+  EXPECT_EQ(probe.found, (std::vector<ISAXReference*>{m(0), m(1), m(2), m(4), m(3), nullptr, m(4), nullptr}));
+  EXPECT_FALSE(probe.asked_before);
+  EXPECT_TRUE(probe.asked_after);
+  EXPECT_FALSE(probe.made_asked);
+  for (std::string bad : {"<Doc><Object id='6'/><Object id='6'/><A/><A/><A/><A/><A/><A/></Doc>",
+                          "<Doc><Object id='4000000000'/><Object id='4000000000'/></Doc>",
+                          "<Null><Object id='3'/><A/><A/></Null>", "<Null><Object id='3'/></Null>"}) {
+    Probe twice;
+    EXPECT_FALSE(reader.ReadMemory(bad, twice)) << bad;
+    EXPECT_NE(reader.GetError().find(L"defined twice"), std::wstring::npos) << bad << ": " << reader.GetError().c_str();
+  }
+}
+
 TEST(MSAXReader, ARefusedReadTakesBackNewestFirstInitialisesNothingAndFreesWhatItOwns) {
   for (bool unknown_tag : {false, true}) {
     Log log;
@@ -195,17 +246,22 @@ TEST(MSAXReader, ParentTagsAndValuesAreThoseOfTheElementOffered) {
   struct Probe : ISAXPersist {
     std::vector<std::wstring> seen;
     bool HandleTag(std::wstring const& tag, MSAXReader& reader) override {
-      std::wstring value;
+      // The text into a string that held something longer: nothing of that may be left.
+      std::wstring value = L"left over from before";
       bool const has = reader.ReadValue(value);
       seen.push_back(tag + L"<" + reader.GetParentTag(1) + L"<" + reader.GetParentTag(2) + L"|" +
                      (has ? value : L"(empty)") + L"|" + std::to_wstring(reader.GetLineNumber()));
+      // The same text as UTF-8, as it stands in the file.
+      EXPECT_EQ(CharacterSetConversions::FromUTF8(reader.GetValueUTF8()), has ? value : L"") << tag;
       return true;
     }
   };
   Probe probe;
   MSAXReader reader;
-  ASSERT_TRUE(reader.ReadMemory("<A>\n <B>\n  <C> x y </C>\n  <D></D>\n </B>\n</A>", probe));
-  EXPECT_EQ(probe.seen, (std::vector<std::wstring>{L"A<<|\n |1", L"B<A<|\n  |2", L"C<B<A| x y |3", L"D<B<A|(empty)|4"}));
+  ASSERT_TRUE(reader.ReadMemory("<A>\n <B>\n  <C> x y </C>\n  <D></D>\n  <E>\xC3\xA9t\xC3\xA9 &amp; \xE2\x82\xAC</E>\n </B>\n</A>", probe));
+  EXPECT_EQ(probe.seen, (std::vector<std::wstring>{L"A<<|\n |1", L"B<A<|\n  |2", L"C<B<A| x y |3", L"D<B<A|(empty)|4",
+                                                   L"E<B<A|\u00E9t\u00E9 & \u20AC|5"}));
+  EXPECT_TRUE(reader.GetValueUTF8().empty());  // outside a read
 }
 
 // ---- hostile documents: each is refused before any handler hears of it ----
@@ -243,6 +299,7 @@ std::vector<Hostile> HostileDocuments(std::string const& secret_path) {
       {"an element in a namespace", "<x:Doc xmlns:x='urn:x'/>"},
       {"two document elements", "<Doc/><Doc/>"},
       {"bytes that are no UTF-8", "<Doc>\xff\xfe</Doc>"},
+      {"bytes that are not of the declared encoding", "<?xml version='1.0' encoding='EUC-JP'?><Doc>\xff\xff\xff</Doc>"},
       {"a forbidden character", "<Doc>&#1;</Doc>"},
       {"nothing at all", ""},
       {"mismatched tags", "<Doc><Item></Doc></Item>"},
@@ -259,7 +316,10 @@ TEST(MSAXReader, HostileDocumentsAreRefusedBeforeAnyHandlerHearsOfThem) {
     Log log;
     Recorder root(L"root", log);
     MSAXReader reader;
+    // The framework has no log of its own: the XML library may not print either.
+    testing::internal::CaptureStderr();
     EXPECT_FALSE(reader.ReadMemory(h.document, root)) << h.what;
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "") << h.what;
     EXPECT_TRUE(log.empty()) << h.what << "\n" << CharacterSetConversions::ToUTF8(Joined(log));
     EXPECT_FALSE(reader.GetError().empty()) << h.what;
     EXPECT_EQ(reader.GetError().find(L"TOP-SECRET"), std::wstring::npos) << h.what;

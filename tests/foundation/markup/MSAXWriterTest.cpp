@@ -12,6 +12,7 @@
 #include "ostrum/foundation/markup/ISAXPersist.h"
 #include "ostrum/foundation/markup/MSAXReader.h"
 #include "ostrum/foundation/markup/MSAXTagWriter.h"
+#include "ostrum/foundation/core/CharacterSetConversions.h"
 #include "ostrum/foundation/markup/MStreamTextIn.h"
 
 namespace {
@@ -139,13 +140,20 @@ TEST(MStreamTextIn, ParsesWholeWordsStrictlyAndStaysFailed) {
   };
   for (Case c : {Case{L"1.5", true}, Case{L"1,5", false}, Case{L"nan", false}, Case{L"-inf", false},
                  Case{L"1e400", false}, Case{L"0x10", false}, Case{L"1.5x", false}, Case{L"", false},
-                 Case{L" \n 2e-3 ", true}, Case{L"\u0661", false}}) {
-    MStreamTextIn in(c.text);
-    double value = 42;
-    in >> value;
-    EXPECT_EQ(bool(in), c.good) << c.text;
-    if (!c.good) {
-      EXPECT_EQ(value, 42) << c.text;
+                 Case{L" \n 2e-3 ", true}, Case{L"\u0661", false}, Case{L"2\u00A03", false},
+                 // The longest word a number may be, and one character more.
+                 Case{L"0.0000000000000000000000000000000000000000000000000000000000001", true},
+                 Case{L"0.00000000000000000000000000000000000000000000000000000000000001", false}}) {
+    // The same from wide text and from UTF-8 viewed in place (as loaders read an element's text).
+    std::string const utf8 = CharacterSetConversions::ToUTF8(c.text);
+    MStreamTextIn wide(c.text), narrow{std::string_view(utf8)};
+    for (MStreamTextIn* in : {&wide, &narrow}) {
+      double value = 42;
+      *in >> value;
+      EXPECT_EQ(bool(*in), c.good) << c.text;
+      if (!c.good) {
+        EXPECT_EQ(value, 42) << c.text;
+      }
     }
   }
   {

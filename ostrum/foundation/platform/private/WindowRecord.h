@@ -14,6 +14,7 @@ class CWnd;
 namespace Ostrum::Desktop::Private {
 
 class ThreadQueue;
+struct WindowImage;
 
 struct WindowRecord {
   // What the window is and who handles it.
@@ -48,6 +49,9 @@ struct WindowRecord {
   RECT update{};
   bool erase_pending = false;
   bool frame_pending = false;
+
+  // What device contexts drew: made at the first drawing or read-back, sized to `window`.
+  std::shared_ptr<WindowImage> image;
 
   CWnd* object = nullptr;  // the attached framework object
   bool destroying = false;

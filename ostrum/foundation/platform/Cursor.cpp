@@ -1,10 +1,14 @@
 #include "ostrum/foundation/platform/Cursor.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "ostrum/foundation/platform/IDesktopBackend.h"
+#include "ostrum/foundation/platform/Input.h"
+#include "ostrum/foundation/platform/Rect.h"
 #include "ostrum/foundation/platform/LastError.h"
 #include "ostrum/foundation/platform/private/DesktopInput.h"
+#include "ostrum/foundation/platform/private/ResetHooks.h"
 
 using Ostrum::Desktop::Private::DesktopInput;
 using Ostrum::Desktop::Private::DesktopState;
@@ -41,6 +45,45 @@ HCURSOR SetCursor(HCURSOR cursor) {
 
 HCURSOR GetCursor() {
   return DesktopInput::Get().Locked([](const DesktopState& state) { return state.shape; });
+}
+
+namespace {
+// A test's clip rectangle does not outlive the test.
+[[maybe_unused]] const bool g_reset_registered = Ostrum::Desktop::Private::AddResetHook([] { ClipCursor(nullptr); });
+}  // namespace
+
+BOOL SetCursorPos(int x, int y) {
+  // The desktop reports a cursor moved by the program as a mouse move, like one by the hand.
+  Ostrum::Desktop::InputMouseMove(POINT{x, y});
+  return TRUE;
+}
+
+BOOL ClipCursor(const RECT* rect) {
+  const RECT screen = Ostrum::Desktop::GetDesktopBackend().GetScreenRect();
+  RECT area{};
+  if (rect && !IntersectRect(&area, rect, &screen)) area = RECT{};
+  const POINT moved = DesktopInput::Get().Locked([&](DesktopState& state) {
+    state.cursor_clipped = rect != nullptr && !IsRectEmpty(&area);
+    state.cursor_clip = area;
+    if (state.cursor_clipped) {
+      state.cursor.x = std::clamp<LONG>(state.cursor.x, area.left, area.right - 1);
+      state.cursor.y = std::clamp<LONG>(state.cursor.y, area.top, area.bottom - 1);
+    }
+    return state.cursor;
+  });
+  (void)moved;
+  return TRUE;
+}
+
+BOOL GetClipCursor(LPRECT rect) {
+  if (!rect) {
+    SetLastError(ERROR_INVALID_PARAMETER);
+    return FALSE;
+  }
+  const RECT screen = Ostrum::Desktop::GetDesktopBackend().GetScreenRect();
+  *rect = DesktopInput::Get().Locked(
+      [&](const DesktopState& state) { return state.cursor_clipped ? state.cursor_clip : screen; });
+  return TRUE;
 }
 
 BOOL GetCursorPos(LPPOINT point) {

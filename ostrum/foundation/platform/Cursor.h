@@ -31,6 +31,14 @@ OSTRUM_API HCURSOR SetCursor(HCURSOR cursor);
 OSTRUM_API HCURSOR GetCursor();
 /// The cursor position in screen coordinates, as the last input left it.
 OSTRUM_API BOOL GetCursorPos(LPPOINT point);
+/// The program moves the cursor to a screen point (kept on the screen and in the clip
+/// rectangle); as on the desktop, the windows see it as a mouse move.
+OSTRUM_API BOOL SetCursorPos(int x, int y);
+/// Confines the cursor to `rect` (screen coordinates, cut to the screen) until the next call;
+/// null frees it. The cursor is moved into the rectangle at once.
+OSTRUM_API BOOL ClipCursor(const RECT* rect);
+/// The rectangle the cursor is confined to; the screen while it is free.
+OSTRUM_API BOOL GetClipCursor(LPRECT rect);
 
 namespace Ostrum::Desktop {
 

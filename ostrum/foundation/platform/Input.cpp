@@ -10,6 +10,7 @@
 #include "ostrum/foundation/platform/IDesktopBackend.h"
 #include "ostrum/foundation/platform/KeyState.h"
 #include "ostrum/foundation/platform/MessageQueue.h"
+#include "ostrum/foundation/platform/Rect.h"
 #include "ostrum/foundation/platform/WinMessages.h"
 #include "ostrum/foundation/platform/private/DesktopInput.h"
 #include "ostrum/foundation/platform/private/InputRouting.h"
@@ -126,8 +127,11 @@ bool InputMouseMove(POINT screen) {
   RawInput record = Stamp(
       RawKind::Mouse, WM_MOUSEMOVE, QS_MOUSEMOVE,
       [&](DesktopState& s) {
-        s.cursor = POINT{std::clamp<LONG>(screen.x, bounds.left, std::max(bounds.left, bounds.right - 1)),
-                         std::clamp<LONG>(screen.y, bounds.top, std::max(bounds.top, bounds.bottom - 1))};
+        RECT area = bounds;
+        if (s.cursor_clipped) IntersectRect(&area, &bounds, &s.cursor_clip);
+        if (IsRectEmpty(&area)) area = bounds;
+        s.cursor = POINT{std::clamp<LONG>(screen.x, area.left, std::max(area.left, area.right - 1)),
+                         std::clamp<LONG>(screen.y, area.top, std::max(area.top, area.bottom - 1))};
       },
       &state);
   auto queue = MouseQueue(state.capture_thread, record.screen);

@@ -80,6 +80,14 @@ struct Void {
     return 0;
   }
 };
+/// BOOL (CDC*): WM_ERASEBKGND, the context in wParam (CDC::FromHandle, so CDC.h must be
+/// included where the map is written).
+struct EraseBkgnd {
+  template <class C, class D>
+  static LRESULT Call(CCmdTarget& t, BOOL (C::*h)(D*), WPARAM w, LPARAM) {
+    return (static_cast<C&>(t).*h)(D::FromHandle(reinterpret_cast<HDC>(w)));
+  }
+};
 /// int (CREATESTRUCTW*): WM_CREATE and WM_NCCREATE answer the handler's value.
 struct Create {
   template <class C>
@@ -291,6 +299,7 @@ constexpr UINT CN_COMMAND = 0;
 #define ON_WM_SIZE() OSTRUM_MAP_ENTRY(WM_SIZE, Size, OnSize)
 #define ON_WM_MOVE() OSTRUM_MAP_ENTRY(WM_MOVE, Move, OnMove)
 #define ON_WM_PAINT() OSTRUM_MAP_ENTRY(WM_PAINT, Void, OnPaint)
+#define ON_WM_ERASEBKGND() OSTRUM_MAP_ENTRY(WM_ERASEBKGND, EraseBkgnd, OnEraseBkgnd)
 #define ON_WM_NCPAINT() OSTRUM_MAP_ENTRY(WM_NCPAINT, Void, OnNcPaint)
 #define ON_WM_NCCALCSIZE() OSTRUM_MAP_ENTRY(WM_NCCALCSIZE, NcCalcSize, OnNcCalcSize)
 #define ON_WM_CLOSE() OSTRUM_MAP_ENTRY(WM_CLOSE, Void, OnClose)

@@ -155,6 +155,14 @@ BOOL UpdateWindow(HWND hwnd) {
   return TRUE;
 }
 
+BOOL RedrawWindow(HWND hwnd, const RECT* rect, HRGN, UINT flags) {
+  if (!FindOwnWindowOrFail(hwnd)) return FALSE;
+  if (flags & RDW_INVALIDATE) InvalidateRect(hwnd, rect, (flags & RDW_ERASE) ? TRUE : FALSE);
+  if (flags & RDW_VALIDATE) ValidateRect(hwnd, rect);
+  if (flags & (RDW_UPDATENOW | RDW_ERASENOW)) UpdateWindow(hwnd);
+  return TRUE;
+}
+
 HDC BeginPaint(HWND hwnd, LPPAINTSTRUCT paint) {
   if (!paint || !FindOwnWindowOrFail(hwnd)) return nullptr;
   struct Pending {

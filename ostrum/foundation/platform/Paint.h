@@ -37,3 +37,17 @@ OSTRUM_API BOOL UpdateWindow(HWND hwnd);
 OSTRUM_API HDC BeginPaint(HWND hwnd, LPPAINTSTRUCT paint);
 /// Ends what BeginPaint began.
 OSTRUM_API BOOL EndPaint(HWND hwnd, const PAINTSTRUCT* paint);
+
+struct HRGN__;
+using HRGN = HRGN__*;  ///< a region; the model has none, a region argument is taken as null
+constexpr UINT RDW_INVALIDATE = 0x0001;
+constexpr UINT RDW_INTERNALPAINT = 0x0002;
+constexpr UINT RDW_ERASE = 0x0004;
+constexpr UINT RDW_VALIDATE = 0x0008;
+constexpr UINT RDW_UPDATENOW = 0x0100;
+constexpr UINT RDW_ERASENOW = 0x0200;
+/// Invalidates (RDW_INVALIDATE, with RDW_ERASE) or validates (RDW_VALIDATE) `rect` (null: the
+/// whole client area) of a window of the calling thread, then paints it at once with
+/// RDW_UPDATENOW (or RDW_ERASENOW). Regions are not modelled: `region` must be null. Children
+/// are not included. FALSE for no window or another thread's.
+OSTRUM_API BOOL RedrawWindow(HWND hwnd, const RECT* rect, HRGN region, UINT flags);

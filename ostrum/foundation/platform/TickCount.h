@@ -11,3 +11,5 @@
 OSTRUM_API DWORD GetTickCount();
 /// Milliseconds of the model clock, without wrapping.
 OSTRUM_API uint64_t GetTickCount64();
+/// The multimedia timer's milliseconds: the model clock, as GetTickCount.
+OSTRUM_API DWORD timeGetTime();

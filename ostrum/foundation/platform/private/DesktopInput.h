@@ -21,6 +21,8 @@ struct DesktopState {
   /// activation does not take it back; only the user's does.
   bool other_application = false;
   DWORD capture_thread = 0;      // the thread whose capture routes the mouse, 0 for none
+  bool cursor_clipped = false;   // ClipCursor: the cursor stays in cursor_clip
+  RECT cursor_clip{};
 
   /// The logical keys: the physical ones with the left and right buttons exchanged if swapped.
   KeySnapshot Logical() const;

@@ -2,7 +2,9 @@
 # Sets up a fresh Debian 12 machine (installs only what is missing), builds the example host
 # program and runs it: ostrum-planner prints, stage by stage, what the document pipeline does
 # with its operations, and draws its plan with the OpenGL renderer into
-# build/ostrum-planner-plan.png.
+# build/ostrum-planner-plan.png; then it shows the sample mesh (examples/planner/data/knob.stl)
+# in a 3D window, turns and zooms it by scripted mouse drags and writes
+# build/ostrum-planner-mesh-before.png and build/ostrum-planner-mesh-after.png.
 set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/setup.sh"
 cd "$OSTRUM_ROOT"
@@ -11,4 +13,5 @@ ostrum_install_missing
 build_dir="${OSTRUM_BUILD_DIR:-build}"
 ostrum_configure "$build_dir" >/dev/null
 ostrum_build "$build_dir" --target ostrum-planner
-exec "$build_dir/examples/planner/ostrum-planner" --plan-png "$build_dir/ostrum-planner-plan.png" "$@"
+exec "$build_dir/examples/planner/ostrum-planner" --plan-png "$build_dir/ostrum-planner-plan.png" \
+  --mesh-png "$build_dir/ostrum-planner-mesh" "$@"

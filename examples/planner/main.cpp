@@ -15,6 +15,7 @@
 #include "DatabaseScenario.h"
 #include "DocumentUndoScenario.h"
 #include "LifecycleScenario.h"
+#include "MeshViewScenario.h"
 #include "MouseToolScenario.h"
 #include "PlannerModel.h"
 #include "PlannerTrace.h"
@@ -51,11 +52,15 @@ int main(int argc, char** argv) {
   // next run of the planner finds that process dead and removes what it left.
   // --plan-png PATH: draw the plan with the OpenGL renderer and write the picture to PATH.
   bool stop_midway = false;
-  std::string plan_png;
+  // --mesh-png PREFIX: show a mesh file in a 3D window, turn and zoom it with the mouse and
+  // write PREFIX-before.png and PREFIX-after.png; --mesh FILE: that file instead of the sample.
+  std::string plan_png, mesh_png, mesh_path = OSTRUM_PLANNER_SAMPLE_MESH;
   for (int i = 1; i < argc; ++i) {
     const std::string arg = argv[i];
     if (arg == "--stop-midway") stop_midway = true;
     if (arg == "--plan-png" && i + 1 < argc) plan_png = argv[++i];
+    if (arg == "--mesh-png" && i + 1 < argc) mesh_png = argv[++i];
+    if (arg == "--mesh" && i + 1 < argc) mesh_path = argv[++i];
   }
   FillStringTable();
   // --open-plan FILE: a fresh run that opens a project file saved by an earlier one.
@@ -175,6 +180,12 @@ int main(int argc, char** argv) {
   planner::RunMouseToolScenario();
 
   planner::RunUndoScenario();
+
+#ifdef OSTRUM_PLANNER_WITH_GL
+  if (!mesh_png.empty()) planner::RunMeshViewScenario(mesh_path, mesh_png);
+#else
+  if (!mesh_png.empty()) std::printf("planner: built without the OpenGL renderer, no 3D window\n");
+#endif
 
   std::printf("\nplanner: done\n");
   return 0;

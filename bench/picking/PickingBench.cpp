@@ -8,6 +8,8 @@
 #include <chrono>
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
+#include <string>
 #include <limits>
 #include <numbers>
 #include <random>
@@ -133,7 +135,22 @@ double Seconds(const std::function<void()>& body) {
 
 }  // namespace
 
-int main() {
+int main(int argc, char** argv) {
+  // "--build-only BANDS ROUNDS": only builds the helper's structure, for profiling the build.
+  if (argc == 4 && std::string(argv[1]) == "--build-only") {
+    const Mesh mesh = BumpySphere(std::atoi(argv[2]));
+    std::vector<double> times;
+    for (int round = 0; round < std::atoi(argv[3]); ++round) {
+      TriangleMeshIntersector helper;
+      times.push_back(Seconds([&] {
+        helper.SetMesh(mesh.vertices.data(), mesh.vertices.size() / 3, mesh.indices.data(), mesh.Triangles());
+      }));
+    }
+    std::sort(times.begin(), times.end());
+    std::printf("%zu triangles: build median %.1f ms, best %.1f ms\n", mesh.Triangles(), 1e3 * times[times.size() / 2],
+                1e3 * times.front());
+    return 0;
+  }
   constexpr size_t kRays = 2000, kBruteRays = 4;
   const std::vector<TriangleMeshIntersector::Ray> rays = Rays(kRays);
   std::printf("One pick (nearest hit of one ray), per ray; build once per mesh. Embree runs on one thread.\n");

@@ -25,6 +25,7 @@ class IVDisplaySurface;
 class IVRender;
 class IVRender2D;
 class MCoordinateSystem;
+class MPickerBase;
 class MScene;
 class MSceneEx;
 
@@ -113,6 +114,10 @@ class OSTRUM_API UIWnd3D : public UIWnd {
   /// Whether the window point (x, y, z) lies on the cut-away side of a clipping plane of the
   /// active scene, which must exist.
   bool IsPointClipped(float x, float y, float z);
+  /// The window depth of what lies under pixel (x, y): a plain MPickerBase on this window run
+  /// through Pick, read as GetPickedPointInWindowCoordinates does; 3.4028235e38 (the largest
+  /// float) when nothing is hit.
+  float PickZValue(int x, int y);
 
   // --- overrides of the interactive window ---
 
@@ -166,6 +171,9 @@ class OSTRUM_API UIWnd3D : public UIWnd {
   virtual void _RenderBackground(IVRender& renderer, MSceneEx& scene, IVDisplaySurface* surface);
   /// Whether navigation moves draw fast; false: fast drawing is the subclass's choice.
   virtual bool _NeedsFastRedraw(IVRender& renderer);
+  /// Runs the picker (MPickerBase::Operate) and answers its result: the place where a window
+  /// class changes how its picks are made.
+  virtual bool Pick(MPickerBase& picker);
 
  protected:
   /// View and projection of the camera for the renderer; the projection ends in normalised

@@ -4,8 +4,14 @@
 #include <array>
 #include <cmath>
 #include <cstring>
+#include <memory>
+#include <numeric>
 #include <thread>
 #include <utility>
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 namespace Ostrum {
 
@@ -19,11 +25,11 @@ struct TriangleMeshIntersector::Node {
 };
 static_assert(sizeof(float) * 6 + sizeof(uint32_t) * 2 == 32);
 
-// A triangle as the test needs it: one corner and the two edges from it, in double.
+// A triangle in leaf order: its three vertices (in the copied vertices) and its index in the
+// mesh as given. The test reads the corners in double and takes the edges from them exactly as
+// a pass over the mesh would.
 struct TriangleMeshIntersector::Triangle {
-  double v0[3];
-  double e1[3];
-  double e2[3];
+  uint32_t corner[3];
   uint32_t id;
 };
 
@@ -31,75 +37,166 @@ namespace {
 
 constexpr int kBins = 16;
 constexpr uint32_t kMaxLeaf = 8;
+// What visiting a node costs, in triangle tests: a split must save more than that.
+constexpr float kNodeCost = 1.0f;
 constexpr size_t kMaxDepth = 64;
-// From this many triangles on, the build uses a second thread.
-constexpr uint32_t kParallelBuild = 50000;
+// Nodes of up to this many triangles are split exactly rather than by bins.
+constexpr uint32_t kSmallNode = 16;
+// From this many triangles on, the build uses the second core: a node this large is binned and
+// partitioned by both threads together, and the subtrees below that size are shared out
+// between the two threads, largest first.
+constexpr uint32_t kParallelNode = 32768;
 
-// A box of four lanes, x, y, z and a fourth the build uses to carry a primitive's index: four
-// lanes let the compiler grow a box with two vector instructions.
-struct alignas(16) Box {
-  float lo[4] = {std::numeric_limits<float>::infinity(), std::numeric_limits<float>::infinity(),
-                 std::numeric_limits<float>::infinity(), 0.0f};
-  float hi[4] = {-std::numeric_limits<float>::infinity(), -std::numeric_limits<float>::infinity(),
-                 -std::numeric_limits<float>::infinity(), 0.0f};
+constexpr float kInfinity = std::numeric_limits<float>::infinity();
 
-  void Grow(const Box& o) {
-    for (int a = 0; a < 4; ++a) lo[a] = o.lo[a] < lo[a] ? o.lo[a] : lo[a];
-    for (int a = 0; a < 4; ++a) hi[a] = o.hi[a] > hi[a] ? o.hi[a] : hi[a];
+// What the build moves around of each triangle: its box, and in the spare lanes the triangle's
+// index in the mesh. The centre doubled, lo + hi, decides its bin.
+struct alignas(16) Primitive {
+  float lo[3];
+  uint32_t id;
+  float hi[3];
+  uint32_t bin;  // the bin the node being split put it in, for the partition to read
+};
+static_assert(sizeof(Primitive) == 32);
+
+// Boxes of four lanes (the fourth is never read), grown with vector instructions where there
+// are any. A NaN offered to a box (the centre of a box unbounded on both sides) is ignored.
+#if defined(__SSE2__)
+struct Box {
+  __m128 lo = _mm_set1_ps(kInfinity);
+  __m128 hi = _mm_set1_ps(-kInfinity);
+  void Grow(__m128 l, __m128 h) {
+    lo = _mm_min_ps(l, lo);  // the second operand wins over a NaN
+    hi = _mm_max_ps(h, hi);
   }
-  bool Empty() const { return lo[0] > hi[0]; }
+  void Grow(const Box& o) { Grow(o.lo, o.hi); }
+  void Get(float* l, float* h) const {
+    _mm_storeu_ps(l, lo);
+    _mm_storeu_ps(h, hi);
+  }
+  bool Empty() const { return _mm_comilt_ss(hi, lo); }
+  float HalfArea() const {
+    if (Empty()) return 0.0f;
+    const __m128 d = _mm_sub_ps(hi, lo);                                        // dx dy dz
+    const __m128 p = _mm_mul_ps(d, _mm_shuffle_ps(d, d, _MM_SHUFFLE(3, 0, 2, 1)));  // dx*dy dy*dz dz*dx
+    const __m128 sum = _mm_add_ss(_mm_add_ss(p, _mm_shuffle_ps(p, p, _MM_SHUFFLE(3, 3, 3, 1))),
+                                  _mm_shuffle_ps(p, p, _MM_SHUFFLE(3, 3, 3, 2)));
+    return _mm_cvtss_f32(sum);
+  }
+};
+inline void GrowBox(Box& box, const Primitive& p) { box.Grow(_mm_load_ps(p.lo), _mm_load_ps(p.hi)); }
+inline void GrowCentre(Box& box, const Primitive& p) {
+  const __m128 c = _mm_add_ps(_mm_load_ps(p.lo), _mm_load_ps(p.hi));
+  box.Grow(c, c);
+}
+#else
+struct Box {
+  float lo[4] = {kInfinity, kInfinity, kInfinity, kInfinity};
+  float hi[4] = {-kInfinity, -kInfinity, -kInfinity, -kInfinity};
+  void Grow(const float* l, const float* h) {
+    for (int a = 0; a < 3; ++a) {
+      lo[a] = l[a] < lo[a] ? l[a] : lo[a];
+      hi[a] = h[a] > hi[a] ? h[a] : hi[a];
+    }
+  }
+  void Grow(const Box& o) { Grow(o.lo, o.hi); }
+  void Get(float* l, float* h) const {
+    std::copy(lo, lo + 4, l);
+    std::copy(hi, hi + 4, h);
+  }
+  bool Empty() const { return hi[0] < lo[0]; }
   float HalfArea() const {
     if (Empty()) return 0.0f;
     const float dx = hi[0] - lo[0], dy = hi[1] - lo[1], dz = hi[2] - lo[2];
     return dx * dy + dy * dz + dz * dx;
   }
 };
-
-// A float below (or above) the double, widened by a relative margin so that a box built from
-// the floats holds every point the double test can compute on the triangle; values past the
-// range of float become infinite.
-float Below(double value) {
-  constexpr double kMax = std::numeric_limits<float>::max();
-  const double widened = value - (std::abs(value) * 1e-6 + 1e-30);
-  if (widened <= -kMax) return -std::numeric_limits<float>::infinity();
-  if (widened >= kMax) return std::numeric_limits<float>::max();
-  return std::nextafter(static_cast<float>(widened), -std::numeric_limits<float>::infinity());
+inline void GrowBox(Box& box, const Primitive& p) { box.Grow(p.lo, p.hi); }
+inline void GrowCentre(Box& box, const Primitive& p) {
+  const float c[3] = {p.lo[0] + p.hi[0], p.lo[1] + p.hi[1], p.lo[2] + p.hi[2]};
+  box.Grow(c, c);
 }
-float Above(double value) {
-  constexpr double kMax = std::numeric_limits<float>::max();
-  const double widened = value + (std::abs(value) * 1e-6 + 1e-30);
-  if (widened >= kMax) return std::numeric_limits<float>::infinity();
-  if (widened <= -kMax) return -std::numeric_limits<float>::max();
-  return std::nextafter(static_cast<float>(widened), std::numeric_limits<float>::infinity());
-}
+#endif
 
-// What the build keeps of each triangle: its box, with its place in the list of triangles in
-// the box's fourth lane. The build moves these, not indices to them, so that it reads memory in
-// order; the centre of a box (lo + hi) / 2 decides its bin.
-struct Primitive {
-  Box box;
-  uint32_t Index() const {
-    uint32_t index;
-    std::memcpy(&index, &box.lo[3], sizeof index);
-    return index;
-  }
-  void SetIndex(uint32_t index) {
-    std::memcpy(&box.lo[3], &index, sizeof index);
-    box.hi[3] = box.lo[3];
-  }
-  float Centre(int axis) const { return 0.5f * (box.lo[axis] + box.hi[axis]); }
-  Box CentreBox() const {
-    Box c;
-    for (int a = 0; a < 3; ++a) c.lo[a] = c.hi[a] = Centre(a);
-    return c;
+// The bins of one node: the boxes of their primitives and of their primitives' (doubled)
+// centres, so that the split gives both children both boxes without another pass.
+struct Bins {
+  std::array<Box, kBins> box;
+  std::array<Box, kBins> centres;
+  std::array<uint32_t, kBins> count{};
+
+  void Merge(const Bins& o) {
+    for (int b = 0; b < kBins; ++b) {
+      box[b].Grow(o.box[b]);
+      centres[b].Grow(o.centres[b]);
+      count[b] += o.count[b];
+    }
   }
 };
-static_assert(sizeof(Primitive) == 32);
 
-struct Bin {
-  Box box;
-  uint32_t count = 0;
+// Where a primitive's centre falls along the node's split axis.
+struct Binner {
+  int axis = 0;
+  float origin = 0.0f;
+  float scale = 0.0f;
+  int operator()(const Primitive& p) const {
+    const float f = (p.lo[axis] + p.hi[axis] - origin) * scale;
+    // A NaN centre (a box unbounded on both sides of the axis) goes to the first bin.
+    return f > 0.0f ? static_cast<int>(std::min(f, static_cast<float>(kBins - 1))) : 0;
+  }
 };
+
+// Bins primitives [begin, end) and notes each one's bin in it. Two sets of bins take the
+// primitives in turn, so that neighbours falling into one bin (the usual case in a mesh) do not
+// wait for each other.
+void BinRange(Primitive* p, uint32_t begin, uint32_t end, const Binner& bin_of, Bins& out) {
+  uint32_t i = begin;
+  if (end - begin >= 256) {
+   Bins second;
+   for (; i + 1 < end; i += 2) {
+    const int a = bin_of(p[i]), b = bin_of(p[i + 1]);
+    p[i].bin = static_cast<uint32_t>(a);
+    p[i + 1].bin = static_cast<uint32_t>(b);
+    GrowBox(out.box[a], p[i]);
+    GrowCentre(out.centres[a], p[i]);
+    ++out.count[a];
+    GrowBox(second.box[b], p[i + 1]);
+    GrowCentre(second.centres[b], p[i + 1]);
+    ++second.count[b];
+   }
+   out.Merge(second);
+  }
+  for (; i < end; ++i) {
+    const int a = bin_of(p[i]);
+    p[i].bin = static_cast<uint32_t>(a);
+    GrowBox(out.box[a], p[i]);
+    GrowCentre(out.centres[a], p[i]);
+    ++out.count[a];
+  }
+}
+
+// Moves the primitives of [begin, end) whose bin (as BinRange noted it) is below `split` to the
+// front, without a branch on the side (the sides of a mesh's neighbours alternate too often to
+// predict); answers where the back part starts.
+uint32_t PartitionRange(Primitive* p, uint32_t begin, uint32_t end, uint32_t split) {
+  uint32_t j = begin;
+  for (uint32_t i = begin; i < end; ++i) {
+    const Primitive here = p[i];
+    const bool left = here.bin < split;
+    p[i] = p[j];
+    p[j] = here;
+    j += left ? 1 : 0;
+  }
+  return j;
+}
+
+// Runs body(0) on a second thread and body(1) on this one, and waits for both.
+template <class Body>
+void OnBothCores(const Body& body) {
+  std::thread other([&] { body(0); });
+  body(1);
+  other.join();
+}
 
 // The ray prepared for box tests: per axis the inverse direction, or for an axis the ray runs
 // parallel to, the origin that must lie inside the slab.
@@ -128,16 +225,19 @@ inline bool EnterBox(const PreparedRay& r, const float* lo, const float* hi, dou
   return true;
 }
 
-// The Moller-Trumbore test in double; true with t, u, v for a hit with t in [t_min, t_max].
-inline bool HitTriangle(const PreparedRay& r, const double* v0, const double* e1, const double* e2, double t_min,
+// The Moller-Trumbore test in double on the corners c0, c1, c2; true with t, u, v for a hit
+// with t in [t_min, t_max].
+inline bool HitTriangle(const PreparedRay& r, const double* c0, const double* c1, const double* c2, double t_min,
                         double t_max, double& t, double& u, double& v) {
+  const double e1[3] = {c1[0] - c0[0], c1[1] - c0[1], c1[2] - c0[2]};
+  const double e2[3] = {c2[0] - c0[0], c2[1] - c0[1], c2[2] - c0[2]};
   const double p[3] = {r.d[1] * e2[2] - r.d[2] * e2[1], r.d[2] * e2[0] - r.d[0] * e2[2],
                        r.d[0] * e2[1] - r.d[1] * e2[0]};
   const double det = e1[0] * p[0] + e1[1] * p[1] + e1[2] * p[2];
   // Parallel to the plane, or products past the range of double: no hit to trust.
   if (!(std::abs(det) > 0.0 && std::abs(det) < std::numeric_limits<double>::infinity())) return false;
   const double inv_det = 1.0 / det;
-  const double s[3] = {r.o[0] - v0[0], r.o[1] - v0[1], r.o[2] - v0[2]};
+  const double s[3] = {r.o[0] - c0[0], r.o[1] - c0[1], r.o[2] - c0[2]};
   u = (s[0] * p[0] + s[1] * p[1] + s[2] * p[2]) * inv_det;
   if (!(u >= 0.0 && u <= 1.0)) return false;  // also NaN, from products past the range of double
   const double q[3] = {s[1] * e1[2] - s[2] * e1[1], s[2] * e1[0] - s[0] * e1[2], s[0] * e1[1] - s[1] * e1[0]};
@@ -159,6 +259,311 @@ bool Prepare(const TriangleMeshIntersector::Ray& ray, PreparedRay& r) {
   return !std::isnan(ray.t_min) && !std::isnan(ray.t_max) && ray.t_min <= ray.t_max;
 }
 
+// A node still to be built: the primitives [begin, end) below it, their box and the box of
+// their (doubled) centres.
+struct Task {
+  uint32_t node, begin, end;
+  size_t depth;
+  Box box, centres;
+};
+
+// How a node is split, as the sweep over its bins finds it.
+struct Split {
+  int bin = 0;  // 0: no split found (every centre in one bin)
+  float cost = std::numeric_limits<float>::infinity();
+  Box left, right, left_centres, right_centres;
+};
+
+// The split axis and bins of a task: the axis where the centres spread most.
+Binner BinnerOf(const Task& task) {
+  Binner bin_of;
+  float lo[4], hi[4];
+  task.centres.Get(lo, hi);
+  for (int a = 1; a < 3; ++a)
+    if (hi[a] - lo[a] > hi[bin_of.axis] - lo[bin_of.axis]) bin_of.axis = a;
+  bin_of.origin = lo[bin_of.axis];
+  const float extent = hi[bin_of.axis] - bin_of.origin;
+  bin_of.scale = extent > 0.0f ? static_cast<float>(kBins) / extent * 0.99999f : 0.0f;
+  return bin_of;
+}
+
+// Sweeps the bins for the cheapest split by the surface area heuristic.
+Split Sweep(const Bins& bins, uint32_t n) {
+  Split best;
+  std::array<Box, kBins> right_box, right_centres;
+  std::array<uint32_t, kBins> right_count{};
+  Box box, centres;
+  uint32_t running = 0;
+  for (int b = kBins - 1; b > 0; --b) {
+    box.Grow(bins.box[b]);
+    centres.Grow(bins.centres[b]);
+    running += bins.count[b];
+    right_box[b] = box;
+    right_centres[b] = centres;
+    right_count[b] = running;
+  }
+  box = Box{};
+  centres = Box{};
+  running = 0;
+  for (int b = 0; b < kBins - 1; ++b) {
+    box.Grow(bins.box[b]);
+    centres.Grow(bins.centres[b]);
+    running += bins.count[b];
+    if (running == 0 || running == n) continue;
+    const float cost = box.HalfArea() * static_cast<float>(running) +
+                       right_box[b + 1].HalfArea() * static_cast<float>(right_count[b + 1]);
+    if (cost < best.cost) {
+      best.cost = cost;
+      best.bin = b + 1;
+      best.left = box;
+      best.right = right_box[b + 1];
+      best.left_centres = centres;
+      best.right_centres = right_centres[b + 1];
+    }
+  }
+  return best;
+}
+
+// The builder: primitives in one array that the splits partition in place, so that the
+// triangles of each subtree, and in the end of each leaf, lie side by side. Node is the
+// intersector's node type.
+template <class Node>
+class Builder {
+ public:
+  explicit Builder(Primitive* primitives) : m_p(primitives) {}
+
+  // Builds the subtrees of `tasks` (each task's node already exists in `nodes`) into `nodes`;
+  // answers the depth reached.
+  size_t BuildSerial(std::vector<Task>& tasks, std::vector<Node>& nodes) const {
+    size_t depth = 0;
+    while (!tasks.empty()) {
+      const Task task = tasks.back();
+      tasks.pop_back();
+      depth = std::max(depth, task.depth);
+      Task children[2];
+      if (!SplitTask(task, nodes, children, false)) continue;
+      tasks.push_back(children[1]);
+      tasks.push_back(children[0]);
+    }
+    return depth;
+  }
+
+  // Splits `task`: writes its node (a leaf, or an inner node whose two children are appended
+  // to `nodes`), and answers whether there are children, with their tasks. With `both_cores`
+  // the binning and the partition run on two threads.
+  bool SplitTask(const Task& task, std::vector<Node>& nodes, Task* children,
+                 bool both_cores) const {
+    Node& node = nodes[task.node];
+    float lo[4], hi[4];
+    task.box.Get(lo, hi);
+    std::copy(lo, lo + 3, node.lo);
+    std::copy(hi, hi + 3, node.hi);
+    const uint32_t n = task.end - task.begin;
+    if (n <= 3 || task.depth >= kMaxDepth) {
+      node.first = task.begin;
+      node.count = n;
+      return false;
+    }
+    if (n <= kSmallNode) return SplitSmall(task, nodes, children);
+    const Binner bin_of = BinnerOf(task);
+    Split split;
+    if (bin_of.scale > 0.0f) {
+      Bins bins;
+      if (both_cores) {
+        Bins halves[2];
+        const uint32_t middle = task.begin + n / 2;
+        OnBothCores([&](int k) {
+          BinRange(m_p, k == 0 ? task.begin : middle, k == 0 ? middle : task.end, bin_of, halves[k]);
+        });
+        bins = halves[0];
+        bins.Merge(halves[1]);
+      } else {
+        BinRange(m_p, task.begin, task.end, bin_of, bins);
+      }
+      split = Sweep(bins, n);
+    }
+    // A split pays for itself against one more box test per triangle; small nodes may stay.
+    if (n <= kMaxLeaf && (split.bin == 0 || split.cost + kNodeCost * task.box.HalfArea() >= task.box.HalfArea() * static_cast<float>(n))) {
+      node.first = task.begin;
+      node.count = n;
+      return false;
+    }
+    uint32_t middle;
+    if (split.bin == 0) {
+      // Every centre in one place: halve the range (the halves keep the node's boxes).
+      middle = task.begin + n / 2;
+      split.left = split.right = task.box;
+      split.left_centres = split.right_centres = task.centres;
+    } else if (both_cores) {
+      // Each thread partitions one half: [left0 right0 | left1 right1]; then the shorter of
+      // right0 and left1 trades places with the far end of the other.
+      const uint32_t half = task.begin + n / 2;
+      uint32_t ends[2];
+      OnBothCores([&](int k) {
+        ends[k] = PartitionRange(m_p, k == 0 ? task.begin : half, k == 0 ? half : task.end,
+                                 static_cast<uint32_t>(split.bin));
+      });
+      const uint32_t right0 = half - ends[0], left1 = ends[1] - half;
+      const uint32_t moved = std::min(right0, left1);
+      std::swap_ranges(m_p + ends[0], m_p + ends[0] + moved, m_p + ends[1] - moved);
+      middle = ends[0] + left1;
+    } else {
+      middle = PartitionRange(m_p, task.begin, task.end, static_cast<uint32_t>(split.bin));
+    }
+    const uint32_t left_index = static_cast<uint32_t>(nodes.size());
+    nodes[task.node].first = left_index;
+    nodes[task.node].count = 0;
+    nodes.push_back(Node{});
+    nodes.push_back(Node{});
+    children[0] = {left_index, task.begin, middle, task.depth + 1, split.left, split.left_centres};
+    children[1] = {left_index + 1, middle, task.end, task.depth + 1, split.right, split.right_centres};
+    return true;
+  }
+
+ private:
+  // A small node is split exactly: its primitives sorted by centre along the axis where the
+  // centres spread most, and every place between two of them tried. Cheaper here than bins,
+  // which would mostly be empty, and never worse.
+  bool SplitSmall(const Task& task, std::vector<Node>& nodes, Task* children) const {
+    Primitive* p = m_p + task.begin;
+    const uint32_t n = task.end - task.begin;
+    Box centres;
+    for (uint32_t i = 0; i < n; ++i) GrowCentre(centres, p[i]);
+    float lo[4], hi[4];
+    centres.Get(lo, hi);
+    int axis = 0;
+    for (int a = 1; a < 3; ++a)
+      if (hi[a] - lo[a] > hi[axis] - lo[axis]) axis = a;
+    // Insertion sort by centre, keeping the order of equal centres; NaN centres go first.
+    float key[kSmallNode];
+    for (uint32_t i = 0; i < n; ++i) {
+      const Primitive here = p[i];
+      float k = here.lo[axis] + here.hi[axis];
+      if (k != k) k = -kInfinity;
+      uint32_t j = i;
+      for (; j > 0 && key[j - 1] > k; --j) {
+        key[j] = key[j - 1];
+        p[j] = p[j - 1];
+      }
+      key[j] = k;
+      p[j] = here;
+    }
+    Box right[kSmallNode];
+    Box running;
+    if (!(hi[axis] > lo[axis])) {
+      // Every centre in one place: no place is better than another, so halve.
+      Node& node = nodes[task.node];
+      if (n <= kMaxLeaf) {
+        node.first = task.begin;
+        node.count = n;
+        return false;
+      }
+      const uint32_t middle = n / 2;
+      Box left;
+      for (uint32_t i = 0; i < middle; ++i) GrowBox(left, p[i]);
+      for (uint32_t i = middle; i < n; ++i) GrowBox(running, p[i]);
+      const uint32_t left_index = static_cast<uint32_t>(nodes.size());
+      node.first = left_index;
+      node.count = 0;
+      nodes.push_back(Node{});
+      nodes.push_back(Node{});
+      children[0] = {left_index, task.begin, task.begin + middle, task.depth + 1, left, Box{}};
+      children[1] = {left_index + 1, task.begin + middle, task.end, task.depth + 1, running, Box{}};
+      return true;
+    }
+    for (uint32_t i = n - 1; i > 0; --i) {
+      GrowBox(running, p[i]);
+      right[i] = running;
+    }
+    running = Box{};
+    float best_cost = kInfinity;
+    uint32_t best = 0;
+    Box best_left;
+    for (uint32_t i = 1; i < n; ++i) {
+      GrowBox(running, p[i - 1]);
+      const float cost = running.HalfArea() * static_cast<float>(i) + right[i].HalfArea() * static_cast<float>(n - i);
+      if (cost < best_cost) {
+        best_cost = cost;
+        best = i;
+        best_left = running;
+      }
+    }
+    Node& node = nodes[task.node];
+    if (best == 0 || (n <= kMaxLeaf && best_cost + kNodeCost * task.box.HalfArea() >= task.box.HalfArea() * static_cast<float>(n))) {
+      node.first = task.begin;
+      node.count = n;
+      return false;
+    }
+    const uint32_t left_index = static_cast<uint32_t>(nodes.size());
+    node.first = left_index;
+    node.count = 0;
+    nodes.push_back(Node{});
+    nodes.push_back(Node{});
+    // The children find their own centres' box.
+    children[0] = {left_index, task.begin, task.begin + best, task.depth + 1, best_left, Box{}};
+    children[1] = {left_index + 1, task.begin + best, task.end, task.depth + 1, right[best], Box{}};
+    return true;
+  }
+
+  Primitive* m_p;
+};
+
+// The float below `low` and above `high` (one coordinate of a box), widened so that a box of
+// such floats holds every point the double test can compute on the triangle: the rounding to
+// float is at most 2^-24 relative and the margin is 2e-6 relative plus 1e-30. Values past the
+// range of float become the largest float or infinite, still on the outer side.
+template <class T>
+inline void WidenedBounds(T low, T high, float& lo, float& hi) {
+  constexpr float kMax = std::numeric_limits<float>::max();
+  const float l = low < -kMax ? -kInfinity : low > kMax ? kMax : static_cast<float>(low);
+  const float h = high > kMax ? kInfinity : high < -kMax ? -kMax : static_cast<float>(high);
+  lo = l - (std::abs(l) * 2e-6f + 1e-30f);
+  hi = h + (std::abs(h) * 2e-6f + 1e-30f);
+}
+
+// The triangles of `indices` [begin, end) that can be hit, with their boxes, written to `out`
+// in order; the boxes of them and of their centres grow `box` and `centres`. Answers how many.
+template <class T>
+uint32_t MakePrimitives(const T* vertices, size_t vertex_count, const uint32_t* indices, size_t begin, size_t end,
+                        Primitive* out, Box& box, Box& centres) {
+  uint32_t made = 0;
+  for (size_t i = begin; i < end; ++i) {
+    const uint32_t* corner = indices + 3 * i;
+    if (corner[0] >= vertex_count || corner[1] >= vertex_count || corner[2] >= vertex_count) continue;
+    const T* c[3] = {vertices + 3 * static_cast<size_t>(corner[0]), vertices + 3 * static_cast<size_t>(corner[1]),
+                     vertices + 3 * static_cast<size_t>(corner[2])};
+    // x - x is 0 for a finite x and NaN otherwise.
+    T zero = 0;
+    for (int k = 0; k < 3; ++k) zero += (c[k][0] - c[k][0]) + (c[k][1] - c[k][1]) + (c[k][2] - c[k][2]);
+    if (!(zero == 0)) continue;
+    double e1[3], e2[3];
+    for (int a = 0; a < 3; ++a) {
+      e1[a] = static_cast<double>(c[1][a]) - static_cast<double>(c[0][a]);
+      e2[a] = static_cast<double>(c[2][a]) - static_cast<double>(c[0][a]);
+    }
+    const double n[3] = {e1[1] * e2[2] - e1[2] * e2[1], e1[2] * e2[0] - e1[0] * e2[2], e1[0] * e2[1] - e1[1] * e2[0]};
+    if (n[0] == 0.0 && n[1] == 0.0 && n[2] == 0.0) continue;  // no area: never hit
+    Primitive& prim = out[made++];
+    for (int a = 0; a < 3; ++a)
+      WidenedBounds(std::min(std::min(c[0][a], c[1][a]), c[2][a]), std::max(std::max(c[0][a], c[1][a]), c[2][a]),
+                    prim.lo[a], prim.hi[a]);
+    prim.id = static_cast<uint32_t>(i);
+    prim.bin = 0;
+    GrowBox(box, prim);
+    GrowCentre(centres, prim);
+  }
+  return made;
+}
+
+// Runs body(0) and body(1) on two threads when `both`, otherwise body(0) alone.
+template <class Body>
+void ForParts(bool both, const Body& body) {
+  if (both)
+    OnBothCores(body);
+  else
+    body(0);
+}
+
 }  // namespace
 
 TriangleMeshIntersector::TriangleMeshIntersector() = default;
@@ -171,6 +576,8 @@ void TriangleMeshIntersector::Clear() {
   m_nodes.shrink_to_fit();
   m_triangles.clear();
   m_triangles.shrink_to_fit();
+  m_vertices.clear();
+  m_vertices.shrink_to_fit();
   m_depth = 0;
 }
 
@@ -189,207 +596,114 @@ void TriangleMeshIntersector::_SetMesh(const T* vertices, size_t vertex_count, c
                                        size_t triangle_count) {
   Clear();
   if (!vertices || !indices || vertex_count == 0 || triangle_count == 0) return;
+
   if (triangle_count > std::numeric_limits<uint32_t>::max()) triangle_count = std::numeric_limits<uint32_t>::max();
+  // Indices are 32 bits: vertices past that are never named.
+  vertex_count = std::min<size_t>(vertex_count, size_t{std::numeric_limits<uint32_t>::max()} + 1);
+  const bool both = triangle_count >= kParallelNode;
 
-  // The triangles that can be hit, with their boxes.
-  std::vector<Triangle> triangles;
-  std::vector<Primitive> primitives;
-  triangles.reserve(triangle_count);
-  primitives.reserve(triangle_count);
-  for (size_t i = 0; i < triangle_count; ++i) {
-    const uint32_t* corner = indices + 3 * i;
-    if (corner[0] >= vertex_count || corner[1] >= vertex_count || corner[2] >= vertex_count) continue;
-    double c[3][3];
-    bool finite = true;
-    for (int k = 0; k < 3; ++k)
-      for (int a = 0; a < 3; ++a) {
-        c[k][a] = static_cast<double>(vertices[3 * static_cast<size_t>(corner[k]) + a]);
-        finite = finite && std::isfinite(c[k][a]);
+  // The triangles that can be hit, with their boxes: the first half of the mesh from the front
+  // of the array, the second half after it; the second moves down if the first left a gap.
+  // The array is not value-initialised: each element is written once.
+  std::unique_ptr<Primitive[]> primitives(new Primitive[triangle_count]);
+  const size_t half = both ? triangle_count / 2 : triangle_count;
+  uint32_t made[2] = {0, 0};
+  Box boxes[2], centres[2];
+  ForParts(both, [&](int k) {
+    const size_t begin = k == 0 ? 0 : half, end = k == 0 ? half : triangle_count;
+    made[k] = MakePrimitives(vertices, vertex_count, indices, begin, end, primitives.get() + begin, boxes[k], centres[k]);
+  });
+  if (both && made[0] < half) std::memmove(primitives.get() + made[0], primitives.get() + half, made[1] * sizeof(Primitive));
+  const uint32_t count = made[0] + made[1];
+  if (count == 0) return;
+  boxes[0].Grow(boxes[1]);
+  centres[0].Grow(centres[1]);
+
+  // The vertices, in double (exact for float input), for the test to read.
+  m_vertices.resize(3 * vertex_count);
+  std::transform(vertices, vertices + 3 * vertex_count, m_vertices.begin(), [](T v) { return static_cast<double>(v); });
+
+  // The top of the tree: nodes of many triangles are split by both threads together, breadth
+  // first, until every node left is smaller than kParallelNode.
+  const Builder<Node> builder(primitives.get());
+  std::vector<Node> top(1);
+  top.reserve(2 * (count / kParallelNode) + 4);
+  std::vector<Task> pending{{0, 0, count, 1, boxes[0], centres[0]}};
+  std::vector<Task> subtrees;
+  size_t depth = 1;
+  while (!pending.empty()) {
+    std::vector<Task> next;
+    for (const Task& task : pending) {
+      depth = std::max(depth, task.depth);
+      if (!both || task.end - task.begin < kParallelNode) {
+        subtrees.push_back(task);
+        continue;
       }
-    if (!finite) continue;
-    Triangle tri;
-    for (int a = 0; a < 3; ++a) {
-      tri.v0[a] = c[0][a];
-      tri.e1[a] = c[1][a] - c[0][a];
-      tri.e2[a] = c[2][a] - c[0][a];
+      Task children[2];
+      if (builder.SplitTask(task, top, children, true)) next.insert(next.end(), children, children + 2);
     }
-    const double n[3] = {tri.e1[1] * tri.e2[2] - tri.e1[2] * tri.e2[1], tri.e1[2] * tri.e2[0] - tri.e1[0] * tri.e2[2],
-                         tri.e1[0] * tri.e2[1] - tri.e1[1] * tri.e2[0]};
-    if (n[0] == 0.0 && n[1] == 0.0 && n[2] == 0.0) continue;  // no area: never hit
-    tri.id = static_cast<uint32_t>(i);
-    Primitive prim;
-    for (int a = 0; a < 3; ++a) {
-      prim.box.lo[a] = Below(std::min({c[0][a], c[1][a], c[2][a]}));
-      prim.box.hi[a] = Above(std::max({c[0][a], c[1][a], c[2][a]}));
-    }
-    prim.SetIndex(static_cast<uint32_t>(triangles.size()));
-    triangles.push_back(tri);
-    primitives.push_back(prim);
+    pending.swap(next);
   }
-  if (triangles.empty()) return;
 
-  const uint32_t count = static_cast<uint32_t>(triangles.size());
-  m_nodes.reserve(count);
-  m_nodes.push_back(Node{});
-
-  // Each task is a node with the range of primitives below it, its box and the box of their
-  // centres; the parent's bins give the first and its partition the second, so each node reads
-  // its primitives twice: once to bin them, once to partition them.
-  struct Task {
-    uint32_t node, begin, end;
-    size_t depth;
-    Box box, centres;
-  };
-  Task root{0, 0, count, 1, Box{}, Box{}};
-  for (const Primitive& prim : primitives) {
-    root.box.Grow(prim.box);
-    root.centres.Grow(prim.CentreBox());
+  // The subtrees below: each into nodes of its own (its root first), shared out between the
+  // threads, largest first, to the one with less work so far.
+  std::vector<std::vector<Node>> subtree_nodes(subtrees.size());
+  std::vector<size_t> subtree_depth(subtrees.size(), 0);
+  std::vector<uint32_t> order(subtrees.size());
+  std::iota(order.begin(), order.end(), 0u);
+  std::stable_sort(order.begin(), order.end(), [&](uint32_t a, uint32_t b) {
+    return subtrees[a].end - subtrees[a].begin > subtrees[b].end - subtrees[b].begin;
+  });
+  std::vector<uint32_t> share[2];
+  uint64_t load[2] = {0, 0};
+  for (const uint32_t s : order) {
+    const int k = both && load[1] < load[0] ? 1 : 0;
+    share[k].push_back(s);
+    load[k] += subtrees[s].end - subtrees[s].begin;
   }
-  // Builds the tasks' subtrees into `nodes` (whose node 0 is the first task's); with
-  // `split_once`, stops after the first split and leaves the two children in `tasks`.
-  const auto build = [&](std::vector<Task>& tasks, std::vector<Node>& nodes, size_t& depth, bool split_once) {
-  while (!tasks.empty()) {
-    const Task task = tasks.back();
-    tasks.pop_back();
-    depth = std::max(depth, task.depth);
-    Node& node = nodes[task.node];
-    std::copy(task.box.lo, task.box.lo + 3, node.lo);
-    std::copy(task.box.hi, task.box.hi + 3, node.hi);
-    const uint32_t n = task.end - task.begin;
-    const auto make_leaf = [&] {
-      Node& leaf = nodes[task.node];
-      leaf.first = task.begin;
-      leaf.count = n;
-    };
-    if (n <= 3 || task.depth >= kMaxDepth) {
-      make_leaf();
-      continue;
+  ForParts(both, [&](int k) {
+    for (const uint32_t s : share[k]) {
+      std::vector<Node>& nodes = subtree_nodes[s];
+      nodes.reserve(2 * static_cast<size_t>(subtrees[s].end - subtrees[s].begin));
+      nodes.emplace_back();
+      Task root = subtrees[s];
+      root.node = 0;
+      std::vector<Task> tasks{root};
+      subtree_depth[s] = builder.BuildSerial(tasks, nodes);
     }
+  });
 
-    // Bin the centres along the axis where they spread most and sweep for the cheapest split.
-    int axis = 0;
-    for (int a = 1; a < 3; ++a)
-      if (task.centres.hi[a] - task.centres.lo[a] > task.centres.hi[axis] - task.centres.lo[axis]) axis = a;
-    const float origin = task.centres.lo[axis];
-    const float extent = task.centres.hi[axis] - origin;
-    const float scale = extent > 0.0f ? static_cast<float>(kBins) / extent * 0.99999f : 0.0f;
-    const auto bin_of = [&](const Primitive& prim) {
-      return std::min(kBins - 1, static_cast<int>((prim.Centre(axis) - origin) * scale));
-    };
-    int best_split = 0;
-    float best_cost = std::numeric_limits<float>::infinity();
-    Box best_left, best_right, best_left_centres, best_right_centres;
-    if (scale > 0.0f) {
-      std::array<Bin, kBins> bins{};
-      for (uint32_t i = task.begin; i < task.end; ++i) {
-        const Primitive& prim = primitives[i];
-        Bin& bin = bins[static_cast<size_t>(bin_of(prim))];
-        bin.box.Grow(prim.box);
-        ++bin.count;
-      }
-      std::array<Box, kBins> right_box;
-      std::array<uint32_t, kBins> right_count{};
-      Box box;
-      uint32_t running = 0;
-      for (int b = kBins - 1; b > 0; --b) {
-        box.Grow(bins[b].box);
-        running += bins[b].count;
-        right_box[b] = box;
-        right_count[b] = running;
-      }
-      box = Box{};
-      running = 0;
-      for (int b = 0; b < kBins - 1; ++b) {
-        box.Grow(bins[b].box);
-        running += bins[b].count;
-        if (running == 0 || running == n) continue;
-        const float cost = box.HalfArea() * static_cast<float>(running) +
-                           right_box[b + 1].HalfArea() * static_cast<float>(right_count[b + 1]);
-        if (cost < best_cost) {
-          best_cost = cost;
-          best_split = b + 1;
-          best_left = box;
-          best_right = right_box[b + 1];
-        }
-      }
-    }
-    // A split pays for itself against one more box test per triangle; small nodes may stay.
-    if (n <= kMaxLeaf && (best_split == 0 || best_cost >= task.box.HalfArea() * static_cast<float>(n))) {
-      make_leaf();
-      continue;
-    }
-    uint32_t middle;
-    if (best_split == 0) {
-      // Every centre in one place: halve the range (the halves keep the node's boxes).
-      middle = task.begin + n / 2;
-      best_left = best_right = task.box;
-      best_left_centres = best_right_centres = task.centres;
-    } else {
-      // Partition, and gather the boxes of the two sides' centres on the way.
-      // The two boxes live in locals so that they stay in registers.
-      Primitive* p = primitives.data();
-      uint32_t i = task.begin, j = task.end;
-      float left_lo[3], left_hi[3], right_lo[3], right_hi[3];
-      for (int a = 0; a < 3; ++a) {
-        left_lo[a] = right_lo[a] = std::numeric_limits<float>::infinity();
-        left_hi[a] = right_hi[a] = -std::numeric_limits<float>::infinity();
-      }
-      const auto grow = [](float* lo, float* hi, const Primitive& prim) {
-        for (int a = 0; a < 3; ++a) {
-          const float c = prim.Centre(a);
-          lo[a] = c < lo[a] ? c : lo[a];
-          hi[a] = c > hi[a] ? c : hi[a];
-        }
-      };
-      for (;;) {
-        while (i < j && bin_of(p[i]) < best_split) grow(left_lo, left_hi, p[i++]);
-        while (i < j && bin_of(p[j - 1]) >= best_split) grow(right_lo, right_hi, p[--j]);
-        if (i >= j) break;
-        std::swap(p[i], p[j - 1]);
-      }
-      middle = i;
-      std::copy(left_lo, left_lo + 3, best_left_centres.lo);
-      std::copy(left_hi, left_hi + 3, best_left_centres.hi);
-      std::copy(right_lo, right_lo + 3, best_right_centres.lo);
-      std::copy(right_hi, right_hi + 3, best_right_centres.hi);
-    }
-    const uint32_t left_index = static_cast<uint32_t>(nodes.size());
-    nodes[task.node].first = left_index;
-    nodes[task.node].count = 0;
-    nodes.push_back(Node{});
-    nodes.push_back(Node{});
-    tasks.push_back({left_index + 1, middle, task.end, task.depth + 1, best_right, best_right_centres});
-    tasks.push_back({left_index, task.begin, middle, task.depth + 1, best_left, best_left_centres});
-    if (split_once) return;
-  }
-  };
-
-  std::vector<Task> tasks{root};
-  build(tasks, m_nodes, m_depth, count >= kParallelBuild);
-  if (!tasks.empty() && count >= kParallelBuild) {
-    // The two halves of a large mesh are built side by side; the right one into nodes of its
-    // own, appended afterwards with their child indices moved.
-    std::vector<Task> right_tasks{tasks.front()};  // the right child was pushed first
-    tasks.erase(tasks.begin());
-    const uint32_t right_root = right_tasks.front().node;
-    right_tasks.front().node = 0;
-    std::vector<Node> right_nodes(1);
-    right_nodes.reserve(count / 2);
-    size_t right_depth = 0;
-    std::thread right([&] { build(right_tasks, right_nodes, right_depth, false); });
-    build(tasks, m_nodes, m_depth, false);
-    right.join();
-    m_depth = std::max(m_depth, right_depth);
+  // One array: the top, then each subtree in the order of its task, with child indices moved.
+  size_t total = top.size();
+  for (const std::vector<Node>& nodes : subtree_nodes) total += nodes.size() - 1;
+  m_nodes = std::move(top);
+  m_nodes.reserve(total);
+  for (size_t s = 0; s < subtrees.size(); ++s) {
+    const std::vector<Node>& nodes = subtree_nodes[s];
     const uint32_t base = static_cast<uint32_t>(m_nodes.size()) - 1;  // local index k >= 1 goes to base + k
-    for (Node& node : right_nodes)
+    Node root = nodes.front();
+    if (root.count == 0) root.first += base;
+    m_nodes[subtrees[s].node] = root;
+    for (size_t i = 1; i < nodes.size(); ++i) {
+      Node node = nodes[i];
       if (node.count == 0) node.first += base;
-    m_nodes[right_root] = right_nodes.front();
-    m_nodes.insert(m_nodes.end(), right_nodes.begin() + 1, right_nodes.end());
+      m_nodes.push_back(node);
+    }
+    depth = std::max(depth, subtree_depth[s]);
+    std::vector<Node>().swap(subtree_nodes[s]);
   }
+  m_depth = depth;
 
+  // The triangles in leaf order.
   m_triangles.resize(count);
-  for (uint32_t i = 0; i < count; ++i) m_triangles[i] = triangles[primitives[i].Index()];
-  m_nodes.shrink_to_fit();
+  ForParts(both, [&](int k) {
+    const uint32_t begin = k == 0 ? 0 : count / 2, end = k == 0 && both ? count / 2 : count;
+    for (uint32_t i = begin; i < end; ++i) {
+      const uint32_t id = primitives[i].id;
+      const uint32_t* corner = indices + 3 * static_cast<size_t>(id);
+      m_triangles[i] = Triangle{{corner[0], corner[1], corner[2]}, id};
+    }
+  });
 }
 
 bool TriangleMeshIntersector::Nearest(const Ray& ray, Hit& hit) const {
@@ -397,8 +711,9 @@ bool TriangleMeshIntersector::Nearest(const Ray& ray, Hit& hit) const {
   if (m_nodes.empty() || !Prepare(ray, r)) return false;
   double best_t = ray.t_max;
   uint32_t best_id = std::numeric_limits<uint32_t>::max();
-  const Triangle* best = nullptr;
+  bool found = false;
   double best_u = 0.0, best_v = 0.0;
+  const double* vertices = m_vertices.data();
 
   uint32_t stack[kMaxDepth * 2 + 2];
   size_t top = 0;
@@ -411,11 +726,14 @@ bool TriangleMeshIntersector::Nearest(const Ray& ray, Hit& hit) const {
       for (uint32_t i = node.first; i < node.first + node.count; ++i) {
         const Triangle& tri = m_triangles[i];
         double t, u, v;
-        if (!HitTriangle(r, tri.v0, tri.e1, tri.e2, ray.t_min, best_t, t, u, v)) continue;
-        if (best && t == best_t && tri.id > best_id) continue;  // equal t: the lower index stays
+        if (!HitTriangle(r, vertices + 3 * static_cast<size_t>(tri.corner[0]),
+                         vertices + 3 * static_cast<size_t>(tri.corner[1]),
+                         vertices + 3 * static_cast<size_t>(tri.corner[2]), ray.t_min, best_t, t, u, v))
+          continue;
+        if (found && t == best_t && tri.id > best_id) continue;  // equal t: the lower index stays
         best_t = t;
         best_id = tri.id;
-        best = &tri;
+        found = true;
         best_u = u;
         best_v = v;
       }
@@ -441,7 +759,7 @@ bool TriangleMeshIntersector::Nearest(const Ray& ray, Hit& hit) const {
       stack[top++] = node.first + 1;
     }
   }
-  if (!best) return false;
+  if (!found) return false;
   hit.t = best_t;
   hit.triangle = best_id;
   hit.u = best_u;
@@ -454,6 +772,7 @@ size_t TriangleMeshIntersector::All(const Ray& ray, std::vector<Hit>& hits) cons
   PreparedRay r;
   if (m_nodes.empty() || !Prepare(ray, r)) return 0;
   const size_t first_new = hits.size();
+  const double* vertices = m_vertices.data();
   uint32_t stack[kMaxDepth * 2 + 2];
   size_t top = 0;
   stack[top++] = 0;
@@ -469,7 +788,10 @@ size_t TriangleMeshIntersector::All(const Ray& ray, std::vector<Hit>& hits) cons
     for (uint32_t i = node.first; i < node.first + node.count; ++i) {
       const Triangle& tri = m_triangles[i];
       Hit h;
-      if (!HitTriangle(r, tri.v0, tri.e1, tri.e2, ray.t_min, ray.t_max, h.t, h.u, h.v)) continue;
+      if (!HitTriangle(r, vertices + 3 * static_cast<size_t>(tri.corner[0]),
+                       vertices + 3 * static_cast<size_t>(tri.corner[1]),
+                       vertices + 3 * static_cast<size_t>(tri.corner[2]), ray.t_min, ray.t_max, h.t, h.u, h.v))
+        continue;
       h.triangle = tri.id;
       h.point = MMPoint3d<double>(r.o[0] + h.t * r.d[0], r.o[1] + h.t * r.d[1], r.o[2] + h.t * r.d[2]);
       hits.push_back(h);

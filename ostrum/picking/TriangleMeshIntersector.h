@@ -2,12 +2,13 @@
 // Ostrum::TriangleMeshIntersector: where a line of sight meets a triangle mesh, for pickable
 // objects whose geometry is a mesh of up to millions of triangles (bones, skin, implants).
 //
-// SetMesh copies the mesh and builds a bounding volume hierarchy over it once (binned surface
-// area heuristic; nodes of 32 bytes, the two children of a node side by side), so a query costs
-// microseconds instead of a pass over every triangle. Intersections are computed in double
-// precision with the Moller-Trumbore test on the copied corners, exactly as a pass over all
-// triangles would compute them; the boxes are widened outwards so that no hit is ever lost to
-// rounding. Queries are const and may run on several threads at once.
+// SetMesh copies the mesh (the vertices in double, the triangles as their three vertex indices)
+// and builds a bounding volume hierarchy over it once (binned surface area heuristic; nodes of
+// 32 bytes, the two children of a node side by side; a large mesh is built on two threads), so
+// a query costs microseconds instead of a pass over every triangle. Intersections are computed
+// in double precision with the Moller-Trumbore test on the copied corners, exactly as a pass
+// over all triangles would compute them; the boxes are widened outwards so that no hit is ever
+// lost to rounding. Queries are const and may run on several threads at once.
 //
 // Bad input never crashes or hangs: triangles with an index past the vertices or a corner that
 // is NaN or infinite, and degenerate triangles (no area), are never hit; an empty mesh and a
@@ -88,6 +89,7 @@ class OSTRUM_API TriangleMeshIntersector {
 
   std::vector<Node> m_nodes;
   std::vector<Triangle> m_triangles;  // in leaf order
+  std::vector<double> m_vertices;     // x, y, z of each vertex
   size_t m_depth = 0;
 };
 

@@ -124,6 +124,36 @@ TEST_F(Window3D, ARightDragTurnsTheViewThroughTheDocumentLeavingNoHistoryAndACli
       << testing::PrintToString(log);
 }
 
+TEST_F(Window3D, ACtrlRightDragZoomsAboutItsFirstMoveAndAMiddleDragPans) {
+  Probe3D& window = OpenProbe(true, true);
+  const HWND hwnd = window.GetSafeHwnd();
+  // The point of the front face under (120, 80), the first move of the drag below, before the
+  // zoom: the move that starts the zoom gives its centre.
+  float point[3], direction[3];
+  window.GetMouseInObjectCoordinates(point, direction, 120, 80, cube);
+  const float t = (-10 - point[2]) / direction[2];
+  const float under[3] = {point[0] + t * direction[0], point[1] + t * direction[1], -10};
+  view.view_actions.clear();
+  {
+    auto control = user.Hold(VK_CONTROL);
+    user.Drag(hwnd, {120, 100}, {120, 40}, {MouseButton::Right, 3});
+  }
+  // Every move sends a zoom, the first only setting the centre: the factor grows as
+  // 2^(40 / (h / 4)) over the two moves after it.
+  EXPECT_EQ(view.view_actions, (std::vector<uint32_t>{203, 203, 203}));
+  CRect client;
+  window.GetClientRect(&client);
+  EXPECT_NEAR(window.GetCamera().GetZoomFactor(), std::exp2(40.0 / (client.Height() / 4.0)), 1e-3);
+  const MMPoint3d<float> pixel = Pixel(window, under[0], under[1], under[2]);
+  EXPECT_NEAR(pixel.x, 120, 0.05) << "the point under the zoom centre stays under it";
+  EXPECT_NEAR(pixel.y, 80, 0.05);
+  // The middle button pans: the content follows the cursor.
+  const MMPoint3d<float> before = Pixel(window, 0, 0, -10);
+  user.Drag(hwnd, {200, 150}, {230, 130}, {MouseButton::Middle, 2});
+  EXPECT_NEAR(Pixel(window, 0, 0, -10).x - before.x, 15, 0.01) << "the second of two moves";
+  EXPECT_NEAR(Pixel(window, 0, 0, -10).y - before.y, -10, 0.01);
+}
+
 TEST_F(Window3D, ARightPressClaimedByAToolKeepsTheCameraStillAndTheMovesGoToTheTool) {
   auto* claiming = new ClaimingTool("claim", &log);
   claiming->log_moves = true;

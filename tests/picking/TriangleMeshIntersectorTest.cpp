@@ -159,6 +159,33 @@ TEST(TriangleMeshIntersector, FindsWhatAPassOverEveryTriangleFindsOnRandomMeshes
   }
 }
 
+// Large meshes are built on two threads, which share out the top splits and the subtrees; what
+// they build must answer as the pass over every triangle does. Among the soup's triangles some
+// reach past the range of float on both sides of an axis, whose boxes have no finite centre.
+TEST(TriangleMeshIntersector, LargeMeshesBuiltOnTwoThreadsFindWhatAPassOverEveryTriangleFinds) {
+  std::mt19937 rng(7);
+  std::uniform_real_distribution<double> where(-1.5, 1.5);
+  Mesh soup = RandomSoup(rng, 40000, 0.05);
+  for (size_t i = 0; i < soup.vertices.size(); i += 9 * 997) {  // every 997th triangle
+    soup.vertices[i] = -1e300;
+    soup.vertices[i + 3] = 1e300;
+  }
+  for (const Mesh& mesh : {Sphere(130, 1.0), soup}) {
+    ASSERT_GE(mesh.TriangleCount(), 40000u);
+    const TriangleMeshIntersector fast = Build(mesh);
+    const TriangleMeshIntersector::Stats stats = fast.GetStats();
+    EXPECT_EQ(stats.nodes, 2 * stats.leaves - 1);
+    EXPECT_LE(stats.depth, 64u);
+    for (int i = 0; i < 60; ++i) {
+      Ray ray;
+      ray.origin = P(where(rng) * 3, where(rng) * 3, where(rng) * 3);
+      ray.direction = P(where(rng), where(rng), where(rng)) * 0.5 - ray.origin;
+      if (i % 2 == 1) ray.t_min = -kInf;
+      ExpectSameAsBruteForce(fast, mesh, ray);
+    }
+  }
+}
+
 TEST(TriangleMeshIntersector, RaysThroughVerticesAndAlongEdgesOfAGridAreNotLost) {
   const Mesh mesh = Grid(12, 2.0);
   const TriangleMeshIntersector fast = Build(mesh);

@@ -7,6 +7,8 @@
 #include "ToolSupport.h"
 #include "ostrum/foundation/platform/ImageList.h"
 #include "ostrum/foundation/platform/Resources.h"
+#include "ostrum/foundation/core/StringResources.h"
+#include "ostrum/interaction/MContextMenu.h"
 
 namespace {
 
@@ -196,3 +198,35 @@ TEST_F(ToolMenus, AToolbarClickAndAMenuBarChoiceReachTheCurrentTool) {
 }
 
 }  // namespace
+
+// The hand-built context menu: texts given or from the string table, the two ways of adding a
+// separator, what a missing string or a missing menu answers, and the command chosen.
+TEST_F(ToolMenus, AHandBuiltContextMenuTakesItsTextsFromTheStringTableAndReturnsTheChosenCommand) {
+  VarnResSetString(61001, L"Copy");
+  VarnResRemoveString(61002);
+  {
+    MContextMenu menu;
+    EXPECT_EQ(menu.GetItemsCount(), 0xFFFFFFFFu);
+    EXPECT_EQ(menu.AppendItem(1u, CString(L"lost")), 0);  // no menu yet
+    ASSERT_NE(menu.CreateMenu(), 0);
+    EXPECT_EQ(menu.CreateMenu(), 0);  // holds one already
+    EXPECT_NE(menu.AppendItem(10u, CString(L"Cut")), 0);
+    EXPECT_NE(menu.AppendItem(11u, 61001u), 0);
+    EXPECT_EQ(menu.AppendItem(12u, 61002u), 0);
+    EXPECT_EQ(menu.GetItemsCount(), 2u);
+    EXPECT_NE(menu.AppendSeparator(), 0);
+    EXPECT_NE(menu.InsertItem(0u, MF_BYPOSITION, 13u, 61001u), 0);
+    EXPECT_EQ(menu.InsertItem(0u, MF_BYPOSITION, 14u, 61002u), 0);
+    EXPECT_NE(menu.InsertItem(1u, MF_BYPOSITION, 15u, CString(L"Paste")), 0);
+    // Without MF_SEPARATOR the "separator" is an item with an empty text.
+    EXPECT_NE(menu.InsertSeparator(2u, MF_BYPOSITION), 0);
+    EXPECT_NE(menu.InsertSeparator(3u, MF_BYPOSITION | MF_SEPARATOR), 0);
+    EXPECT_EQ(Described(menu.GetMenu()), "Copy 13|Paste 15| 0|-|Cut 10|Copy 11|-");
+
+    std::string shown;
+    desk.ExpectPopupMenu(L"Paste", &shown);
+    EXPECT_EQ(menu.DisplayMenu(TPM_RETURNCMD, CPoint(20, 30), &view), 15);
+    EXPECT_EQ(shown, "Copy 13|Paste 15| 0|-|Cut 10|Copy 11|-");
+  }
+  VarnResRemoveString(61001);
+}

@@ -46,9 +46,7 @@ class Window3D : public wnd3d_test::Window3DHost {
  protected:
   void SetUp() override {
     Window3DHost::SetUp();
-    IVRenderFactory::RegisterRenderer(RENDER_TYPE_RECORDING,
-                                      [] { return std::make_unique<Ostrum::RecordingRender>(); });
-    recorder = static_cast<Ostrum::RecordingRender*>(IVRenderFactory::SelectIVRender(RENDER_TYPE_RECORDING, false));
+    recorder = UseRecordingRenderer();
     ASSERT_NE(recorder, nullptr);
     cube = &Add(new Part(L"cube", {-10, -10, -10}, {10, 10, 10}));
     tool = new RecordingMouse("tool", &log);

@@ -53,8 +53,7 @@ class Sensitivity : public wnd3d_test::Window3DHost {
  protected:
   void SetUp() override {
     Window3DHost::SetUp();
-    IVRenderFactory::RegisterRenderer(RENDER_TYPE_RECORDING, [] { return std::make_unique<Ostrum::RecordingRender>(); });
-    IVRenderFactory::SelectIVRender(RENDER_TYPE_RECORDING, false);
+    ASSERT_NE(UseRecordingRenderer(), nullptr);
     window = &Open(std::make_unique<UIWnd3D>(true, false), CRect(0, 0, 400, 300));
     manager = std::make_unique<Ostrum::ObjectSensitivityManager>(
         Ostrum::MApplicationController::GetInstance()->GetWndMessageHandlerChain());

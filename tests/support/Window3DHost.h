@@ -22,6 +22,7 @@
 #include "ostrum/foundation/platform/CWinThread.h"
 #include "ostrum/foundation/render/IVRenderBuffer.h"
 #include "ostrum/foundation/render/IVRenderFactory.h"
+#include "ostrum/foundation/render/RecordingRender.h"
 #include "ostrum/interaction/UIWnd3D.h"
 #include "ostrum/operations/UIOperation.h"
 #include "ostrum/scene/MOperationView.h"
@@ -162,6 +163,11 @@ class Window3DHost : public DesktopTest {
     made.ResetCamera();
     Send(MOperationView::ViewActionUnzoom);
     return made;
+  }
+  /// Registers the recording renderer and selects it for the windows opened from now on.
+  static Ostrum::RecordingRender* UseRecordingRenderer() {
+    IVRenderFactory::RegisterRenderer(RENDER_TYPE_RECORDING, [] { return std::make_unique<Ostrum::RecordingRender>(); });
+    return static_cast<Ostrum::RecordingRender*>(IVRenderFactory::SelectIVRender(RENDER_TYPE_RECORDING, false));
   }
   /// A view operation of `action` through the document.
   bool Send(uint32_t action) {

@@ -3,7 +3,8 @@
 # program and runs it: ostrum-planner prints, stage by stage, what the document pipeline does
 # with its operations, draws its plan with the OpenGL renderer into
 # build/ostrum-planner-plan.png and its two interactive panes, the active one framed, into
-# build/ostrum-planner-windows.png; then it shows the sample mesh
+# build/ostrum-planner-windows.png; it moves the pointer over the sample mesh and screws in
+# front of it with object sensitivity on, printing the modes switched; then it shows the sample mesh
 # (examples/planner/data/knob.stl) in a 3D window, turns and zooms it by scripted mouse drags
 # and writes build/ostrum-planner-mesh-before.png and build/ostrum-planner-mesh-after.png.
 set -euo pipefail

@@ -21,6 +21,7 @@
 #include "PlannerModel.h"
 #include "PlannerTrace.h"
 #include "RenderScenario.h"
+#include "SensitivityScenario.h"
 #include "TreeScenario.h"
 #include "UndoScenario.h"
 #include "WizardScenario.h"
@@ -185,6 +186,7 @@ int main(int argc, char** argv) {
   planner::RunInteractiveWindowScenario(windows_png);
 
   planner::RunUndoScenario();
+  planner::RunSensitivityScenario(mesh_path);
 
 #ifdef OSTRUM_PLANNER_WITH_GL
   if (!mesh_png.empty()) planner::RunMeshViewScenario(mesh_path, mesh_png);

@@ -5,17 +5,23 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+#include <limits>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include <boost/function.hpp>
 
+#include "ostrum/coordinates/MTransformRepositoryEx.h"
+#include "ostrum/scene/MOperationView.h"
 #include "ostrum/document/MApplicationController.h"
 #include "ostrum/foundation/render/RecordingRender.h"
 #include "ostrum/interaction/IPickable.h"
 #include "ostrum/interaction/MPickerBase.h"
 #include "ostrum/notification/ControllerPostSwitchNotification.h"
 #include "ostrum/notification/NotificationCenter.h"
+#include "ostrum/picking/TriangleMeshIntersector.h"
 #include "ostrum/sensitivity/ObjectSensitivityManager.h"
 #include "support/CallLog.h"
 #include "support/Window3DHost.h"
@@ -39,6 +45,47 @@ class Region : public tree_test::Node, public IPickable {
 struct Screw : Region { using Region::Region; };
 struct Bone : Region { using Region::Region; };
 struct Plate : Region { using Region::Region; };  // a class without a mode
+
+// A box-shaped part that is picked on its twelve triangles through the mesh helper, at the window
+// coordinates where it shows, as a host's mesh objects are.
+class MeshPart : public wnd3d_test::Part, public IPickable {
+ public:
+  MeshPart(const std::wstring& label, MMPoint3d<float> lo, MMPoint3d<float> hi) : Part(label, lo, hi) {
+    std::vector<double> corners;
+    for (int c = 0; c < 8; ++c)
+      corners.insert(corners.end(), {(c & 1) ? hi.x : lo.x, (c & 2) ? hi.y : lo.y, (c & 4) ? hi.z : lo.z});
+    const std::vector<uint32_t> triangles = {0, 2, 3, 0, 3, 1, 4, 5, 7, 4, 7, 6, 0, 1, 5, 0, 5, 4,
+                                             2, 6, 7, 2, 7, 3, 0, 4, 6, 0, 6, 2, 1, 3, 7, 1, 7, 5};
+    m_mesh.SetMesh(corners.data(), 8, triangles.data(), 12);
+  }
+  void GetLineIntersections(MPickerBase* picker) override {
+    using P = MMPoint3d<double>;
+    MTransformRepositoryEx* repository = MTransformRepositoryEx::GetInstance();
+    const MCoordinateSystem window = picker->GetWindowCoordinateSystem();
+    P a, b;
+    repository->GetTransform(window, GetCoordinateSystem()).Transform(a, P(picker->GetXPickCoordinate(), picker->GetYPickCoordinate(), 0));
+    repository->GetTransform(window, GetCoordinateSystem()).Transform(b, P(picker->GetXPickCoordinate(), picker->GetYPickCoordinate(), 1));
+    std::vector<Ostrum::TriangleMeshIntersector::Hit> hits;
+    if (m_mesh.All({a, b - a, -std::numeric_limits<double>::infinity()}, hits) == 0) return;
+    MPickerBase::MIntersection nearest;
+    for (const auto& hit : hits) {
+      P w;
+      repository->GetTransform(GetCoordinateSystem(), window).Transform(w, hit.point);
+      if (!nearest.m_object || w.z > nearest.m_z) {
+        nearest.m_object = this;
+        nearest.m_x = w.x;
+        nearest.m_y = w.y;
+        nearest.m_z = w.z;
+      }
+    }
+    picker->AddIntersection(nearest);
+  }
+
+ private:
+  Ostrum::TriangleMeshIntersector m_mesh;
+};
+struct MeshScrew : MeshPart { using MeshPart::MeshPart; };
+struct MeshBone : MeshPart { using MeshPart::MeshPart; };
 
 struct PlanningController {};
 struct ViewingController {};
@@ -155,6 +202,41 @@ TEST_F(Sensitivity, TheControllerAndTheMasterSwitchDecideWhetherMovesAreHandled)
   SwitchTo<PlanningController>();
   EXPECT_FALSE(manager->IsObjectSensitivityActive());
   EXPECT_TRUE(Move({62, 60}).empty());
+}
+
+// The pointer's position in the window's client area and the window coordinates the picker hands
+// to the objects are the same pixel: moving onto where a part shows switches its mode on.
+TEST_F(Sensitivity, TheModeIsThatOfThePartShownUnderThePointer) {
+  auto& screw = static_cast<MeshScrew&>(Window3DHost::Add(new MeshScrew(L"screw", {30, -5, -5}, {40, 5, 5})));
+  auto& bone = static_cast<MeshBone&>(Window3DHost::Add(new MeshBone(L"bone", {-40, -20, -10}, {-10, 20, 10})));
+  window->ResetCamera();
+  Send(MOperationView::ViewActionUnzoom);
+  IPickable* switched_on = nullptr;
+  manager->RegisterMode<MeshScrew>([&](IPickable& object) { switched_on = &object; LogCall(&log, "screw on"); },
+                                   [this] { LogCall(&log, "screw off"); });
+  manager->RegisterMode<MeshBone>([&](IPickable& object) { switched_on = &object; LogCall(&log, "bone on"); },
+                                  [this] { LogCall(&log, "bone off"); });
+  SwitchTo<PlanningController>();
+  // Where the middle of each part shows, and a point three fifths of the way from the screw's
+  // middle to its lower edge (off the middle, so that a mirrored axis would miss it).
+  const auto at = [&](const MeshPart& part, float x, float y, float z) {
+    float w[3];
+    window->TransformToWindow(w, x, y, z, part.GetCoordinateSystem(), false);
+    return CPoint(static_cast<int>(std::lround(w[0])), static_cast<int>(std::lround(w[1])));
+  };
+  const CPoint screw_middle = at(screw, 35, 0, 0), bone_middle = at(bone, -25, 0, 0);
+  ASSERT_GT(std::abs(screw_middle.x - bone_middle.x) + std::abs(screw_middle.y - bone_middle.y), 40)
+      << "the camera must show the parts apart";
+  const CPoint screw_off_middle = at(screw, 35, -3, 0);
+  ASSERT_NE(screw_off_middle, screw_middle);
+
+  EXPECT_EQ(Move(screw_middle), (Calls{"screw on"}));
+  EXPECT_EQ(switched_on, static_cast<IPickable*>(&screw));
+  EXPECT_EQ(Move(bone_middle), (Calls{"screw off", "bone on"}));
+  EXPECT_EQ(switched_on, static_cast<IPickable*>(&bone));
+  EXPECT_EQ(Move(screw_off_middle), (Calls{"bone off", "screw on"}));
+  // Half-way between the parts nothing shows.
+  EXPECT_EQ(Move(CPoint((screw_middle.x + bone_middle.x) / 2, (screw_middle.y + bone_middle.y) / 2)), (Calls{"screw off"}));
 }
 
 TEST_F(Sensitivity, HalfModesObjectsAndWindowsThatGoAndTheManagerItself) {

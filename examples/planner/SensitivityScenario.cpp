@@ -1,0 +1,332 @@
+#include "SensitivityScenario.h"
+
+#include <chrono>
+#include <cmath>
+#include <cwchar>
+#include <limits>
+#include <memory>
+#include <numbers>
+#include <utility>
+#include <vector>
+
+#include "PlannerTrace.h"
+#include "StlReader.h"
+#include "ostrum/coordinates/MTransformRepositoryEx.h"
+#include "ostrum/database/MDataBase.h"
+#include "ostrum/document/MApplicationController.h"
+#include "ostrum/document/MDocument.h"
+#include "ostrum/document/MMainFrame.h"
+#include "ostrum/document/MView.h"
+#include "ostrum/foundation/platform/CWinThread.h"
+#include "ostrum/foundation/platform/Input.h"
+#include "ostrum/foundation/platform/MessageLoop.h"
+#include "ostrum/foundation/platform/WindowClass.h"
+#include "ostrum/foundation/platform/WindowTree.h"
+#include "ostrum/foundation/render/IVRenderFactory.h"
+#include "ostrum/foundation/render/RecordingRender.h"
+#include "ostrum/interaction/IPickable.h"
+#include "ostrum/interaction/MPickerPriorityDependent.h"
+#include "ostrum/interaction/UIWnd3D.h"
+#include "ostrum/notification/ControllerPostSwitchNotification.h"
+#include "ostrum/notification/NotificationCenter.h"
+#include "ostrum/objects/UIObject.h"
+#include "ostrum/operations/UIOperation.h"
+#include "ostrum/picking/TriangleMeshIntersector.h"
+#include "ostrum/scene/MOperationView.h"
+#include "ostrum/scene/MSceneEx.h"
+#include "ostrum/sensitivity/ObjectSensitivityManager.h"
+
+namespace planner {
+
+namespace {
+
+using P = MMPoint3d<double>;
+using Ostrum::TriangleMeshIntersector;
+
+std::wstring Wide(const std::string& text) { return std::wstring(text.begin(), text.end()); }
+
+// A document object whose geometry is a triangle mesh, pickable through the mesh helper: the
+// line of sight through the pick point, taken into the object's system, meets the mesh, and
+// the hit nearest to the viewer (largest window depth) is reported at its window coordinates.
+class PickableMesh : public UIObject, public IPickable {
+ public:
+  PickableMesh(const std::wstring& label, const std::vector<float>& xyz, const std::vector<uint32_t>& triangles) {
+    SetLabel(label.c_str());
+    for (size_t i = 0; i + 2 < xyz.size(); i += 3) m_box.Extend(MMPoint3d<float>(xyz[i], xyz[i + 1], xyz[i + 2]));
+    m_mesh.SetMesh(xyz.data(), xyz.size() / 3, triangles.data(), triangles.size() / 3);
+  }
+  using UIObject::Render;
+
+  void GetBoundingBox(M3DBoundingBox<float>& box, unsigned long long scene, const MCoordinateSystem* system) const override {
+    box = M3DBoundingBox<float>();
+    if (!IsVisible(scene)) return;
+    box = m_box;
+    if (system) MTransformRepositoryEx::GetInstance()->GetTransform(GetCoordinateSystem(), *system).TransformBoundingBox(box);
+  }
+  const M3DBoundingBox<float>& Box() const { return m_box; }
+
+  /// Where the line of sight through window point (x, y) first meets the mesh, seen from the
+  /// viewer: the point in the object's system and in the window's. False if it misses.
+  bool SurfaceUnder(const MCoordinateSystem& window, double x, double y, P& object_point, P& window_point) const {
+    MTransformRepositoryEx* repository = MTransformRepositoryEx::GetInstance();
+    P a, b;
+    {
+      const MMTransform& to_object = repository->GetTransform(window, GetCoordinateSystem());
+      to_object.Transform(a, P(x, y, 0.0));
+      to_object.Transform(b, P(x, y, 1.0));
+    }
+    std::vector<TriangleMeshIntersector::Hit> hits;
+    if (m_mesh.All({a, b - a, -std::numeric_limits<double>::infinity()}, hits) == 0) return false;
+    const MMTransform& to_window = repository->GetTransform(GetCoordinateSystem(), window);
+    bool found = false;
+    for (const auto& hit : hits) {
+      P w;
+      to_window.Transform(w, hit.point);
+      if (!found || w.z > window_point.z) {
+        found = true;
+        window_point = w;
+        object_point = hit.point;
+      }
+    }
+    return found;
+  }
+
+  void GetLineIntersections(MPickerBase* picker) override {
+    P object_point, window_point;
+    if (!SurfaceUnder(picker->GetWindowCoordinateSystem(), picker->GetXPickCoordinate(), picker->GetYPickCoordinate(),
+                      object_point, window_point))
+      return;
+    MPickerBase::MIntersection hit;
+    hit.m_object = this;
+    hit.m_x = window_point.x;
+    hit.m_y = window_point.y;
+    hit.m_z = window_point.z;
+    hit.m_priority = GetPriority();
+    picker->AddIntersection(hit);
+  }
+
+ private:
+  TriangleMeshIntersector m_mesh;
+  M3DBoundingBox<float> m_box;
+};
+
+// The two classes the planner has a mode for.
+class BoneModel : public PickableMesh {
+ public:
+  using PickableMesh::PickableMesh;
+};
+class ScrewModel : public PickableMesh {
+ public:
+  using PickableMesh::PickableMesh;
+};
+
+// The planner's screw-placing controller: while it is current, the pointer's object decides
+// the mode.
+struct ScrewPlanningController {};
+
+// A cylinder of `radius` from `from` to `to`, closed at both ends, in 24 segments.
+void Cylinder(const P& from, const P& to, double radius, std::vector<float>& xyz, std::vector<uint32_t>& triangles) {
+  const P axis = (to - from) * (1.0 / (to - from).Length());
+  P side = std::abs(axis.x) < 0.9 ? P(1, 0, 0) : P(0, 1, 0);
+  side = side - axis * (side.x * axis.x + side.y * axis.y + side.z * axis.z);
+  side = side * (1.0 / side.Length());
+  const P up(axis.y * side.z - axis.z * side.y, axis.z * side.x - axis.x * side.z, axis.x * side.y - axis.y * side.x);
+  constexpr uint32_t kSegments = 24;
+  const auto put = [&](const P& p) { xyz.insert(xyz.end(), {float(p.x), float(p.y), float(p.z)}); };
+  put(from);
+  put(to);
+  for (uint32_t i = 0; i < kSegments; ++i) {
+    const double angle = 2 * std::numbers::pi * i / kSegments;
+    const P ring = side * (radius * std::cos(angle)) + up * (radius * std::sin(angle));
+    put(from + ring);
+    put(to + ring);
+  }
+  for (uint32_t i = 0; i < kSegments; ++i) {
+    const uint32_t a = 2 + 2 * i, b = 2 + 2 * ((i + 1) % kSegments);
+    triangles.insert(triangles.end(), {a, b, b + 1, a, b + 1, a + 1, 0, b, a, 1, a + 1, b + 1});
+  }
+}
+
+class SensitivityDocument : public MDocument {
+ public:
+  SensitivityDocument() : m_previous(GetDataBase()) { _SetDataBasePointer(&m_database); }
+  ~SensitivityDocument() override {
+    DeleteContents();
+    MDataBase::RecycleGarbage();
+    _SetDataBasePointer(m_previous);
+  }
+
+ private:
+  MDataBase* m_previous;
+  MDataBase m_database;
+};
+
+class SensitivityView : public MView {
+ public:
+  UIWnd3D* window = nullptr;
+  void OnUpdate(CView*, LPARAM hint, CObject*) override {
+    auto* operation = reinterpret_cast<MOperation*>(hint);
+    if (!operation || !window) return;
+    window->DoOperation(*operation);
+    window->InvalidateDisplaySurface();
+  }
+};
+
+void Send(MDocument& doc, uint32_t action) {
+  auto* operation = new MOperationView;
+  operation->SetAction(action);
+  doc.DoOperation(operation, nullptr);
+}
+
+std::wstring Pt(CPoint p) { return L"(" + std::to_wstring(p.x) + L", " + std::to_wstring(p.y) + L")"; }
+
+}  // namespace
+
+bool RunSensitivityScenario(const std::string& stl_path) {
+  Heading(L"object sensitivity: the pointer's object switches the planner's modes");
+  StlMesh stl;
+  std::string error;
+  if (!ReadStlFile(stl_path, stl, error)) {
+    Trace(L"the mesh could not be read: " + Wide(error));
+    return false;
+  }
+  std::vector<uint32_t> corners(stl.positions.size() / 3);
+  for (uint32_t i = 0; i < corners.size(); ++i) corners[i] = i;
+
+  // Nothing here needs pixels: the recording renderer stands in for the screen.
+  IVRenderFactory::RegisterRenderer(RENDER_TYPE_RECORDING, [] { return std::make_unique<Ostrum::RecordingRender>(); });
+  IVRenderFactory::SelectIVRender(RENDER_TYPE_RECORDING, false);
+  WNDCLASSEXW wc{};
+  wc.cbSize = sizeof wc;
+  wc.lpfnWndProc = DefWindowProcW;
+  wc.lpszClassName = L"Planner.Sensitivity";
+  RegisterClassExW(&wc);
+  bool screw_mode_seen = false;
+  {
+    MMainFrame frame;
+    frame.CreateEx(0, L"Planner.Sensitivity", L"Planner", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 20, 20, 480, 380, nullptr, 0);
+    SensitivityView view;
+    view.CreateEx(0, L"Planner.Sensitivity", L"view", WS_CHILD | WS_VISIBLE, 0, 0, 440, 320, frame.GetSafeHwnd(), 1);
+    frame.SetActiveView(&view);
+    CWnd* previous_main = std::exchange(AfxGetThread()->m_pMainWnd, &frame);
+    {
+      SensitivityDocument doc;
+      doc.AddView(&view);
+      doc.CreateContents();
+      auto* bone = new BoneModel(Wide(stl.name.empty() ? std::string("knob") : stl.name), stl.positions, corners);
+      {
+        auto* add = new UIOperation(MOperation::ACTION_ADD);
+        add->AddObject(bone);
+        doc.DoOperation(add, nullptr);
+      }
+      UIWnd3D window(true, false);
+      window.Create(0, CRect(10, 10, 410, 310), &view, 2);
+      view.window = &window;
+      window.ResetCamera();
+      Send(doc, MOperationView::ViewActionUnzoom);
+      const MCoordinateSystem& window_system = window.GetCoordinateSystemWindow();
+
+      // Three screws standing out of the bone's surface towards the viewer, a little tilted,
+      // left of, at and right of the middle of the window.
+      const M3DBoundingBox<float>& box = bone->Box();
+      const double size = box.GetSize().Length();
+      MTransformRepositoryEx* repository = MTransformRepositoryEx::GetInstance();
+      std::vector<ScrewModel*> screws;
+      for (int i = 0; i < 3; ++i) {
+        const double x = 200 + 60 * (i - 1), y = 150;
+        P surface, surface_window;
+        if (!bone->SurfaceUnder(window_system, x, y, surface, surface_window)) continue;
+        // Towards the viewer is towards a larger window depth.
+        P nearer, sideways;
+        repository->GetTransform(window_system, bone->GetCoordinateSystem()).Transform(nearer, P(x, y, surface_window.z + 0.01));
+        repository->GetTransform(window_system, bone->GetCoordinateSystem()).Transform(sideways, P(x + 10, y, surface_window.z));
+        const P toward = (nearer - surface) * (1.0 / (nearer - surface).Length());
+        const P tilt = (sideways - surface) * (1.0 / (sideways - surface).Length());
+        const P axis = toward + tilt * 0.4;
+        std::vector<float> xyz;
+        std::vector<uint32_t> triangles;
+        Cylinder(surface + axis * (0.02 * size), surface + axis * (0.25 * size), 0.03 * size, xyz, triangles);
+        screws.push_back(new ScrewModel(L"screw " + std::to_wstring(i + 1), xyz, triangles));
+      }
+      {
+        auto* add = new UIOperation(MOperation::ACTION_ADD);
+        for (ScrewModel* screw : screws) add->AddObject(screw);
+        doc.DoOperation(add, nullptr);
+      }
+      Trace(L"document: the bone model \"" + std::wstring(bone->GetLabel()) + L"\" (" +
+            std::to_wstring(stl.TriangleCount()) + L" triangles) and " + std::to_wstring(screws.size()) +
+            L" screws in front of it, in a 400 x 300 3D window");
+
+      // The planner's modes, one per class.
+      Ostrum::ObjectSensitivityManager sensitivity(Ostrum::MApplicationController::GetInstance()->GetWndMessageHandlerChain());
+      const auto label = [](IPickable& object) { return std::wstring(dynamic_cast<UIObject&>(object).GetLabel()); };
+      sensitivity.RegisterMode<BoneModel>([&](IPickable& object) { Trace(L"mode on: BoneModel " + label(object)); },
+                                          [] { Trace(L"mode off: BoneModel"); });
+      sensitivity.RegisterMode<ScrewModel>(
+          [&](IPickable& object) {
+            screw_mode_seen = true;
+            Trace(L"mode on: ScrewModel " + label(object));
+          },
+          [] { Trace(L"mode off: ScrewModel"); });
+      sensitivity.AddObjectSensitiveController<ScrewPlanningController>();
+
+      // The pointer's path: where each screw shows, and the bone between and below them.
+      const auto pixel = [&](const P& point, const MCoordinateSystem& system) {
+        P w;
+        repository->GetTransform(system, window_system).Transform(w, point);
+        return CPoint(static_cast<int>(std::lround(w.x)), static_cast<int>(std::lround(w.y)));
+      };
+      const CPoint nothing_before(4, 4), nothing_after(396, 296), bone_below(200, 200), bone_again(185, 212);
+      CPoint screw_point = bone_again;
+      if (!screws.empty()) {
+        const ScrewModel& screw = *screws[screws.size() / 2];
+        const MMPoint3d<float> middle = screw.Box().GetCenter();
+        screw_point = pixel(P(middle.x, middle.y, middle.z), screw.GetCoordinateSystem());
+      }
+      const HWND hwnd = window.GetSafeHwnd();
+      const auto move = [&](CPoint to, const wchar_t* aim) {
+        Trace(L"pointer to " + Pt(to) + L", aimed at " + aim + L":");
+        TraceScope scope;
+        POINT screen{to.x, to.y};
+        ClientToScreen(hwnd, &screen);
+        Ostrum::Desktop::InputMouseMove(screen);
+        Ostrum::Desktop::PumpWaitingMessages();
+        // The pick the manager made in that move, once more on its own and timed.
+        Ostrum::MPickerPriorityDependent picker(&window);
+        picker.SetPickCoordinates(to.x, to.y);
+        const auto start = std::chrono::steady_clock::now();
+        picker.Operate();
+        const double us = std::chrono::duration<double, std::micro>(std::chrono::steady_clock::now() - start).count();
+        auto* object = dynamic_cast<UIObject*>(picker.GetPickedObject());
+        wchar_t took[32];
+        std::swprintf(took, 32, L"%.1f", us);
+        Trace(L"under the pointer: " + (object ? std::wstring(object->GetLabel()) : std::wstring(L"nothing")) +
+              L"; one pick there took " + took + L" us");
+      };
+
+      move(bone_below, L"the bone, before any controller is current");
+      Trace(L"the screw-planning controller becomes current");
+      Ostrum::NotificationCenter::GetDefaultCenter().NotifyObservers(
+          nullptr, Ostrum::ControllerPostSwitchNotification(typeid(ScrewPlanningController)));
+      Trace(L"object sensitivity active: " + std::wstring(sensitivity.IsObjectSensitivityActive() ? L"yes" : L"no"));
+      move(nothing_before, L"nothing");
+      move(bone_below, L"the bone");
+      move(screw_point, L"the middle screw");
+      move(bone_again, L"the bone");
+      move(nothing_after, L"nothing");
+      sensitivity.DeactivateLastActiveController();
+      if (!screw_mode_seen) Trace(L"the screw's mode never came on");
+
+      view.window = nullptr;
+      window.DestroyWindow();
+      doc.RemoveView(&view);
+    }
+    AfxGetThread()->m_pMainWnd = previous_main;
+    view.DestroyWindow();
+    frame.DestroyWindow();
+  }
+  IVRenderFactory::Reset();
+  return screw_mode_seen;
+}
+
+}  // namespace planner

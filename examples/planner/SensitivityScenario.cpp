@@ -24,6 +24,7 @@
 #include "ostrum/foundation/platform/WindowTree.h"
 #include "ostrum/foundation/render/IVRenderFactory.h"
 #include "ostrum/foundation/render/RecordingRender.h"
+#include "ostrum/interaction/IPickInfo.h"
 #include "ostrum/interaction/IPickable.h"
 #include "ostrum/interaction/MPickerPriorityDependent.h"
 #include "ostrum/interaction/UIWnd3D.h"
@@ -48,6 +49,12 @@ std::wstring Wide(const std::string& text) { return std::wstring(text.begin(), t
 // A document object whose geometry is a triangle mesh, pickable through the mesh helper: the
 // line of sight through the pick point, taken into the object's system, meets the mesh, and
 // the hit nearest to the viewer (largest window depth) is reported at its window coordinates.
+// What a mesh hit records for the planner: the point on the surface in the object's own system.
+struct SurfacePoint : IPickInfo {
+  explicit SurfacePoint(const MMPoint3d<double>& at) : point(at) {}
+  MMPoint3d<double> point;
+};
+
 class PickableMesh : public UIObject, public IPickable {
  public:
   PickableMesh(const std::wstring& label, const std::vector<float>& xyz, const std::vector<uint32_t>& triangles) {
@@ -102,6 +109,7 @@ class PickableMesh : public UIObject, public IPickable {
     hit.m_y = window_point.y;
     hit.m_z = window_point.z;
     hit.m_priority = GetPriority();
+    hit.m_info = new SurfacePoint(object_point);  // the picker's from here on
     picker->AddIntersection(hit);
   }
 
@@ -298,9 +306,13 @@ bool RunSensitivityScenario(const std::string& stl_path) {
         picker.Operate();
         const double us = std::chrono::duration<double, std::micro>(std::chrono::steady_clock::now() - start).count();
         auto* object = dynamic_cast<UIObject*>(picker.GetPickedObject());
-        wchar_t took[32];
+        const auto* surface = dynamic_cast<const SurfacePoint*>(picker.GetPickedInfo());
+        wchar_t took[32], where[96] = L"";
         std::swprintf(took, 32, L"%.1f", us);
-        Trace(L"under the pointer: " + (object ? std::wstring(object->GetLabel()) : std::wstring(L"nothing")) +
+        if (surface)
+          std::swprintf(where, 96, L" at (%.2f, %.2f, %.2f) in its own system", surface->point.x, surface->point.y,
+                        surface->point.z);
+        Trace(L"under the pointer: " + (object ? std::wstring(object->GetLabel()) : std::wstring(L"nothing")) + where +
               L"; one pick there took " + took + L" us");
       };
 

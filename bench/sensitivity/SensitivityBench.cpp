@@ -23,6 +23,7 @@
 #include <vector>
 
 #include "common/Interleaved.h"
+#include "common/Window3DHost.h"
 #include "ostrum/coordinates/MTransformRepositoryEx.h"
 #include "ostrum/database/MDataBase.h"
 #include "ostrum/document/MApplicationController.h"
@@ -136,31 +137,6 @@ void Box(const P& lo, const P& hi, std::vector<float>& xyz, std::vector<uint32_t
   triangles = {0, 2, 3, 0, 3, 1, 4, 5, 7, 4, 7, 6, 0, 1, 5, 0, 5, 4, 2, 6, 7, 2, 7, 3, 0, 4, 6, 0, 6, 2, 1, 3, 7, 1, 7, 5};
 }
 
-class BenchDocument : public MDocument {
- public:
-  BenchDocument() { _SetDataBasePointer(&m_database); }
-  ~BenchDocument() override {
-    DeleteContents();
-    MDataBase::RecycleGarbage();
-    _SetDataBasePointer(nullptr);
-  }
-  MDataBase& Database() { return m_database; }
-
- private:
-  MDataBase m_database;
-};
-
-class BenchView : public MView {
- public:
-  UIWnd3D* window = nullptr;
-  void OnUpdate(CView*, LPARAM hint, CObject*) override {
-    auto* operation = reinterpret_cast<MOperation*>(hint);
-    if (!operation || !window) return;
-    window->DoOperation(*operation);
-    window->InvalidateDisplaySurface();
-  }
-};
-
 const char* Name(IPickable* object) {
   if (dynamic_cast<BoneModel*>(object)) return "the 1M-triangle mesh";
   if (dynamic_cast<ScrewModel*>(object)) return "a screw";
@@ -181,11 +157,11 @@ int main(int argc, char** argv) {
   {
     MMainFrame frame;
     frame.CreateEx(0, L"Bench.Sensitivity", L"bench", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 0, 0, kSize + 60, kSize + 80, nullptr, 0);
-    BenchView view;
+    ostrum_bench::Window3DView view;
     view.CreateEx(0, L"Bench.Sensitivity", L"view", WS_CHILD | WS_VISIBLE, 0, 0, kSize + 20, kSize + 20, frame.GetSafeHwnd(), 1);
     frame.SetActiveView(&view);
     CWnd* previous_main = std::exchange(AfxGetThread()->m_pMainWnd, &frame);
-    BenchDocument doc;
+    ostrum_bench::Window3DDocument doc;
     doc.AddView(&view);
     doc.CreateContents();
 

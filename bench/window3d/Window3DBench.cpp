@@ -19,6 +19,7 @@
 #include <vector>
 
 #include "common/Interleaved.h"
+#include "common/Window3DHost.h"
 #include "ostrum/coordinates/MTransformRepositoryEx.h"
 #include "ostrum/database/MDataBase.h"
 #include "ostrum/document/MDocument.h"
@@ -109,31 +110,6 @@ class GridPart : public UIObject {
   std::unique_ptr<IVRenderBuffer> m_buffer;
 };
 
-class BenchDocument : public MDocument {
- public:
-  BenchDocument() { _SetDataBasePointer(&m_database); }
-  ~BenchDocument() override {
-    DeleteContents();
-    MDataBase::RecycleGarbage();
-    _SetDataBasePointer(nullptr);
-  }
-  MDataBase& Database() { return m_database; }
-
- private:
-  MDataBase m_database;
-};
-
-class BenchView : public MView {
- public:
-  UIWnd3D* window = nullptr;
-  void OnUpdate(CView*, LPARAM hint, CObject*) override {
-    auto* operation = reinterpret_cast<MOperation*>(hint);
-    if (!operation || !window) return;
-    window->DoOperation(*operation);
-    window->InvalidateDisplaySurface();
-  }
-};
-
 // The window with what the direct drawing shares with it reachable.
 class BenchWindow : public UIWnd3D {
  public:
@@ -167,11 +143,11 @@ int main(int argc, char** argv) {
   {
     MMainFrame frame;
     frame.CreateEx(0, L"Bench.Window", L"bench", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 0, 0, kSize + 60, kSize + 80, nullptr, 0);
-    BenchView view;
+    ostrum_bench::Window3DView view;
     view.CreateEx(0, L"Bench.Window", L"view", WS_CHILD | WS_VISIBLE, 0, 0, kSize + 20, kSize + 20, frame.GetSafeHwnd(), 1);
     frame.SetActiveView(&view);
     AfxGetThread()->m_pMainWnd = &frame;
-    BenchDocument doc;
+    ostrum_bench::Window3DDocument doc;
     doc.AddView(&view);
     doc.CreateContents();
     MSceneEx* scene = doc.Database().GetScenes().front();

@@ -7,6 +7,7 @@
 
 #include "PlannerTrace.h"
 #include "StlReader.h"
+#include "Window3DHost.h"
 #include "ostrum/coordinates/MTransformRepositoryEx.h"
 #include "ostrum/database/MDataBase.h"
 #include "ostrum/document/MDocument.h"
@@ -83,35 +84,6 @@ class MeshPart : public UIObject {
 };
 
 // The document of this scenario, with a database of its own.
-class MeshDocument : public MDocument {
- public:
-  MeshDocument() : m_previous(GetDataBase()) { _SetDataBasePointer(&m_database); }
-  ~MeshDocument() override {
-    DeleteContents();
-    MDataBase::RecycleGarbage();
-    _SetDataBasePointer(m_previous);
-  }
-  MDataBase& Database() { return m_database; }
-
- private:
-  MDataBase* m_previous;
-  MDataBase m_database;
-};
-
-// The host's view: the document's operations go to the 3D window, which then draws anew.
-class MeshView : public MView {
- public:
-  UIWnd3D* window = nullptr;
-  int view_operations = 0;
-  void OnUpdate(CView*, LPARAM hint, CObject*) override {
-    auto* operation = reinterpret_cast<MOperation*>(hint);
-    if (!operation || !window) return;
-    if (dynamic_cast<MOperationView*>(operation)) ++view_operations;
-    window->DoOperation(*operation);
-    window->InvalidateDisplaySurface();
-  }
-};
-
 // The window with its surface reachable for the screenshots.
 class MeshWindow : public UIWnd3D {
  public:
@@ -214,12 +186,12 @@ bool RunMeshViewScenario(const std::string& stl_path, const std::string& png_pre
     RegisterClassExW(&wc);
     MMainFrame frame;
     frame.CreateEx(0, L"Planner.MeshWindow", L"Planner", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 20, 20, 700, 560, nullptr, 0);
-    MeshView view;
+    Window3DView view;
     view.CreateEx(0, L"Planner.MeshWindow", L"view", WS_CHILD | WS_VISIBLE, 0, 0, 660, 500, frame.GetSafeHwnd(), 1);
     frame.SetActiveView(&view);
     CWnd* previous_main = std::exchange(AfxGetThread()->m_pMainWnd, &frame);
     {
-      MeshDocument doc;
+      Window3DDocument doc;
       doc.AddView(&view);
       doc.CreateContents();
       MSceneEx* scene = doc.Database().GetScenes().front();

@@ -11,6 +11,7 @@
 
 #include "PlannerTrace.h"
 #include "StlReader.h"
+#include "Window3DHost.h"
 #include "ostrum/coordinates/MTransformRepositoryEx.h"
 #include "ostrum/database/MDataBase.h"
 #include "ostrum/document/MApplicationController.h"
@@ -155,31 +156,6 @@ void Cylinder(const P& from, const P& to, double radius, std::vector<float>& xyz
   }
 }
 
-class SensitivityDocument : public MDocument {
- public:
-  SensitivityDocument() : m_previous(GetDataBase()) { _SetDataBasePointer(&m_database); }
-  ~SensitivityDocument() override {
-    DeleteContents();
-    MDataBase::RecycleGarbage();
-    _SetDataBasePointer(m_previous);
-  }
-
- private:
-  MDataBase* m_previous;
-  MDataBase m_database;
-};
-
-class SensitivityView : public MView {
- public:
-  UIWnd3D* window = nullptr;
-  void OnUpdate(CView*, LPARAM hint, CObject*) override {
-    auto* operation = reinterpret_cast<MOperation*>(hint);
-    if (!operation || !window) return;
-    window->DoOperation(*operation);
-    window->InvalidateDisplaySurface();
-  }
-};
-
 void Send(MDocument& doc, uint32_t action) {
   auto* operation = new MOperationView;
   operation->SetAction(action);
@@ -213,12 +189,12 @@ bool RunSensitivityScenario(const std::string& stl_path) {
   {
     MMainFrame frame;
     frame.CreateEx(0, L"Planner.Sensitivity", L"Planner", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 20, 20, 480, 380, nullptr, 0);
-    SensitivityView view;
+    Window3DView view;
     view.CreateEx(0, L"Planner.Sensitivity", L"view", WS_CHILD | WS_VISIBLE, 0, 0, 440, 320, frame.GetSafeHwnd(), 1);
     frame.SetActiveView(&view);
     CWnd* previous_main = std::exchange(AfxGetThread()->m_pMainWnd, &frame);
     {
-      SensitivityDocument doc;
+      Window3DDocument doc;
       doc.AddView(&view);
       doc.CreateContents();
       auto* bone = new BoneModel(Wide(stl.name.empty() ? std::string("knob") : stl.name), stl.positions, corners);

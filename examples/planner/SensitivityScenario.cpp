@@ -27,7 +27,10 @@
 #include "ostrum/foundation/render/RecordingRender.h"
 #include "ostrum/interaction/IPickInfo.h"
 #include "ostrum/interaction/IPickable.h"
+#include "ostrum/interaction/MPickerBase.h"
 #include "ostrum/interaction/MPickerPriorityDependent.h"
+#include "ostrum/interaction/UIMouse.h"
+#include "ostrum/interaction/UIMouseHandler.h"
 #include "ostrum/interaction/UIWnd3D.h"
 #include "ostrum/notification/ControllerPostSwitchNotification.h"
 #include "ostrum/notification/NotificationCenter.h"
@@ -164,10 +167,54 @@ void Send(MDocument& doc, uint32_t action) {
 
 std::wstring Pt(CPoint p) { return L"(" + std::to_wstring(p.x) + L", " + std::to_wstring(p.y) + L")"; }
 
+// What a pick found, as the planner tells it: the object, where the line of sight met it in
+// its own system, and how long the pick took.
+std::wstring Describe(const MPickerBase& picker, double us) {
+  auto* object = dynamic_cast<UIObject*>(picker.GetPickedObject());
+  const auto* surface = dynamic_cast<const SurfacePoint*>(picker.GetPickedInfo());
+  wchar_t took[32], where[96] = L"";
+  std::swprintf(took, 32, L"%.1f", us);
+  if (surface)
+    std::swprintf(where, 96, L" at (%.2f, %.2f, %.2f) in its own system", surface->point.x, surface->point.y,
+                  surface->point.z);
+  return (object ? std::wstring(object->GetLabel()) : std::wstring(L"nothing")) + where + L"; the pick took " + took +
+         L" us";
+}
+
+template <class Picker>
+double TimedPick(Picker& picker) {
+  const auto start = std::chrono::steady_clock::now();
+  picker.Operate();
+  return std::chrono::duration<double, std::micro>(std::chrono::steady_clock::now() - start).count();
+}
+
+// The planner's picking tool: a left click picks the nearest object under the pointer in the
+// window clicked and says what it was. The click is the tool's, so the camera stays put.
+class PickTool : public UIMouse {
+ public:
+  std::vector<UIObject*> picked;  // one entry per click, null where nothing was hit
+
+  bool OnLButtonDown(UIWnd* wnd, unsigned flags, CPoint point) override {
+    UIMouse::OnLButtonDown(wnd, flags, point);
+    auto* window = dynamic_cast<UIWnd3D*>(wnd);
+    if (!window) return false;
+    MPickerBase picker(window);
+    picker.SetPickCoordinates(point.x, point.y);
+    const double us = TimedPick(picker);
+    picked.push_back(dynamic_cast<UIObject*>(picker.GetPickedObject()));
+    Trace(L"click at " + Pt(point) + L" picked " + Describe(picker, us));
+    return true;
+  }
+  bool OnLButtonUp(UIWnd* wnd, unsigned flags, CPoint point) override {
+    UIMouse::OnLButtonUp(wnd, flags, point);
+    return true;
+  }
+};
+
 }  // namespace
 
 bool RunSensitivityScenario(const std::string& stl_path) {
-  Heading(L"object sensitivity: the pointer's object switches the planner's modes");
+  Heading(L"object sensitivity and picking: the pointer's object switches the planner's modes, a click picks");
   StlMesh stl;
   std::string error;
   if (!ReadStlFile(stl_path, stl, error)) {
@@ -185,7 +232,7 @@ bool RunSensitivityScenario(const std::string& stl_path) {
   wc.lpfnWndProc = DefWindowProcW;
   wc.lpszClassName = L"Planner.Sensitivity";
   RegisterClassExW(&wc);
-  bool screw_mode_seen = false;
+  bool screw_mode_seen = false, clicks_as_aimed = false;
   {
     MMainFrame frame;
     frame.CreateEx(0, L"Planner.Sensitivity", L"Planner", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 20, 20, 480, 380, nullptr, 0);
@@ -278,18 +325,8 @@ bool RunSensitivityScenario(const std::string& stl_path) {
         // The pick the manager made in that move, once more on its own and timed.
         Ostrum::MPickerPriorityDependent picker(&window);
         picker.SetPickCoordinates(to.x, to.y);
-        const auto start = std::chrono::steady_clock::now();
-        picker.Operate();
-        const double us = std::chrono::duration<double, std::micro>(std::chrono::steady_clock::now() - start).count();
-        auto* object = dynamic_cast<UIObject*>(picker.GetPickedObject());
-        const auto* surface = dynamic_cast<const SurfacePoint*>(picker.GetPickedInfo());
-        wchar_t took[32], where[96] = L"";
-        std::swprintf(took, 32, L"%.1f", us);
-        if (surface)
-          std::swprintf(where, 96, L" at (%.2f, %.2f, %.2f) in its own system", surface->point.x, surface->point.y,
-                        surface->point.z);
-        Trace(L"under the pointer: " + (object ? std::wstring(object->GetLabel()) : std::wstring(L"nothing")) + where +
-              L"; one pick there took " + took + L" us");
+        const double us = TimedPick(picker);
+        Trace(L"under the pointer: " + Describe(picker, us));
       };
 
       move(bone_below, L"the bone, before any controller is current");
@@ -305,6 +342,28 @@ bool RunSensitivityScenario(const std::string& stl_path) {
       sensitivity.DeactivateLastActiveController();
       if (!screw_mode_seen) Trace(L"the screw's mode never came on");
 
+      // Clicks through the desktop: the picking tool is chosen, the pointer goes to the bone
+      // and to the middle screw, and the left button goes down and up at each.
+      Trace(L"the picking tool is chosen; the user clicks on the bone and on the middle screw");
+      auto* tool = new PickTool;  // the mouse handler's from here on
+      doc.GetMouseHandler()->SelectMouse(tool, false);
+      const auto click = [&](CPoint at) {
+        POINT screen{at.x, at.y};
+        ClientToScreen(hwnd, &screen);
+        TraceScope scope;
+        Ostrum::Desktop::InputMouseMove(screen);
+        Ostrum::Desktop::InputMouseButton(Ostrum::Desktop::MouseButton::Left, true);
+        Ostrum::Desktop::PumpWaitingMessages();
+        Ostrum::Desktop::InputMouseButton(Ostrum::Desktop::MouseButton::Left, false);
+        Ostrum::Desktop::PumpWaitingMessages();
+      };
+      click(bone_below);
+      click(screw_point);
+      const std::vector<UIObject*> expected{bone, screws.empty() ? static_cast<UIObject*>(bone) : screws[screws.size() / 2]};
+      clicks_as_aimed = tool->picked == expected;
+      if (!clicks_as_aimed) Trace(L"the clicks did not pick the bone and then the screw");
+      doc.GetMouseHandler()->SelectMouse(nullptr, false);
+
       view.window = nullptr;
       window.DestroyWindow();
       doc.RemoveView(&view);
@@ -314,7 +373,7 @@ bool RunSensitivityScenario(const std::string& stl_path) {
     frame.DestroyWindow();
   }
   IVRenderFactory::Reset();
-  return screw_mode_seen;
+  return screw_mode_seen && clicks_as_aimed;
 }
 
 }  // namespace planner

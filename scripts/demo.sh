@@ -4,7 +4,8 @@
 # with its operations, draws its plan with the OpenGL renderer into
 # build/ostrum-planner-plan.png and its two interactive panes, the active one framed, into
 # build/ostrum-planner-windows.png; it moves the pointer over the sample mesh and screws in
-# front of it with object sensitivity on, printing the modes switched; then it shows the sample mesh
+# front of it with object sensitivity on, printing the modes switched, and clicks on the mesh and
+# a screw with a picking tool, printing what was picked, where and how fast; then it shows the sample mesh
 # (examples/planner/data/knob.stl) in a 3D window, turns and zooms it by scripted mouse drags
 # and writes build/ostrum-planner-mesh-before.png and build/ostrum-planner-mesh-after.png.
 set -euo pipefail

@@ -77,6 +77,7 @@ int main(int argc, char** argv) {
   // The application controller starts the user-interface thread's deferred-task session (undo
   // steps that leave a history are destroyed in it at idle time) and ends it at exit.
   Ostrum::MApplicationController::GetInstance();
+  bool went_as_planned = true;  // the scenarios that can tell whether they did
   PlannerDocument doc;
   doc.MarkLoaded();
 
@@ -174,7 +175,7 @@ int main(int argc, char** argv) {
   planner::RunTreeScenario();
   planner::RunCameraScenario();
 #ifdef OSTRUM_PLANNER_WITH_GL
-  if (!plan_png.empty()) planner::RunRenderScenario(plan_png);
+  if (!plan_png.empty()) went_as_planned &= planner::RunRenderScenario(plan_png);
 #else
   if (!plan_png.empty()) std::printf("planner: built without the OpenGL renderer, no picture of the plan\n");
 #endif
@@ -186,14 +187,18 @@ int main(int argc, char** argv) {
   planner::RunInteractiveWindowScenario(windows_png);
 
   planner::RunUndoScenario();
-  planner::RunSensitivityScenario(mesh_path);
+  went_as_planned &= planner::RunSensitivityScenario(mesh_path);
 
 #ifdef OSTRUM_PLANNER_WITH_GL
-  if (!mesh_png.empty()) planner::RunMeshViewScenario(mesh_path, mesh_png);
+  if (!mesh_png.empty()) went_as_planned &= planner::RunMeshViewScenario(mesh_path, mesh_png);
 #else
   if (!mesh_png.empty()) std::printf("planner: built without the OpenGL renderer, no 3D window\n");
 #endif
 
+  if (!went_as_planned) {
+    std::printf("\nplanner: a scenario did not go as planned (see above)\n");
+    return 1;
+  }
   std::printf("\nplanner: done\n");
   return 0;
 }

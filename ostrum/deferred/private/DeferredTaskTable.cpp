@@ -1,6 +1,7 @@
 #include "ostrum/deferred/private/DeferredTaskTable.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <new>
 
 namespace Ostrum::Private {
@@ -55,41 +56,71 @@ std::uint32_t DeferredTaskTable::_PopShared(bool all) {
   }
 }
 
+bool DeferredTaskTable::_GrowEntries(ThreadSlots& mine) {
+  const std::uint32_t capacity = std::max<std::uint32_t>(kBatch, mine.capacity * 2);
+  if (capacity <= mine.capacity) return false;
+  auto* entries = static_cast<Key*>(std::realloc(mine.entries, std::size_t{capacity} * sizeof(Key)));
+  if (entries == nullptr) return false;
+  mine.entries = entries;
+  mine.capacity = capacity;
+  return true;
+}
+
 bool DeferredTaskTable::_Refill(ThreadSlots& mine) {
   if (!mine.active && !mine.gone) {
     // From now on this thread keeps the slots it frees; they go back when it ends.
     thread_local ThreadSlotsHolder holder;
     mine.active = true;
   }
-  // 1. Slots other threads freed. A thread that is ending takes one at a time, so that it
-  //    strands nothing.
-  if (const std::uint32_t first = _PopShared(mine.active)) {
-    mine.head = first;
+  if (!mine.active) {
+    // 0. A thread that is ending takes one slot at a time, so that it strands nothing.
+    std::uint32_t first = _PopShared(false);
+    if (first == 0) {
+      const std::uint64_t fresh = m_next_fresh.fetch_add(1, std::memory_order_relaxed);
+      if (fresh >= kMaxSlots || !_MakeChunkFor(static_cast<std::uint32_t>(fresh))) return false;
+      first = static_cast<std::uint32_t>(fresh) + 1;
+    }
+    const std::uint64_t state = _Find(first - 1)->state.load(std::memory_order_relaxed);
+    mine.spare = (state >> 1) << 32 | (first - 1);
+    mine.entries = &mine.spare;
+    mine.size = 1;
     return true;
   }
-  // 2. Fresh slots, a batch at a time.
-  const std::uint32_t wanted = mine.active ? kBatch : 1;
-  const std::uint64_t begin = m_next_fresh.fetch_add(wanted, std::memory_order_relaxed);
-  if (begin >= kMaxSlots) return false;
-  const std::uint64_t end = std::min<std::uint64_t>(begin + wanted, kMaxSlots);
-  std::uint32_t head = 0;
-  for (std::uint64_t index = end; index-- > begin;) {
-    if (!_MakeChunkFor(static_cast<std::uint32_t>(index))) break;  // memory is short: what was made serves
-    _Find(static_cast<std::uint32_t>(index))->next_free.store(head, std::memory_order_relaxed);
-    head = static_cast<std::uint32_t>(index) + 1;
+  // 1. All the slots other threads freed, as the keys they will have next.
+  for (std::uint32_t next = _PopShared(true); next != 0;) {
+    const std::uint32_t index = next - 1;
+    const Slot& slot = *_Find(index);
+    next = slot.next_free.load(std::memory_order_relaxed);
+    if (mine.size == mine.capacity && !_GrowEntries(mine)) {
+      _PushShared(index, *_Find(index));  // memory is short: back with what is left
+      continue;
+    }
+    mine.entries[mine.size++] = (slot.state.load(std::memory_order_relaxed) >> 1) << 32 | index;
   }
-  mine.head = head;
-  return head != 0;
+  if (mine.size != 0) return true;
+  // 2. Fresh slots, a batch at a time.
+  if (mine.capacity < kBatch && !_GrowEntries(mine)) return false;
+  const std::uint64_t begin = m_next_fresh.fetch_add(kBatch, std::memory_order_relaxed);
+  if (begin >= kMaxSlots) return false;
+  const std::uint64_t end = std::min<std::uint64_t>(begin + kBatch, kMaxSlots);
+  // Highest first, so that the lowest index is handed out first.
+  for (std::uint64_t index = end; index-- > begin;) {
+    if (!_MakeChunkFor(static_cast<std::uint32_t>(index))) continue;  // memory is short: what was made serves
+    mine.entries[mine.size++] = Key{1} << 32 | index;                  // generation 1
+  }
+  return mine.size != 0;
 }
 
 void DeferredTaskTable::_GiveBack(ThreadSlots& mine) {
   DeferredTaskTable& table = Get();
-  while (mine.head != 0) {
-    const std::uint32_t index = mine.head - 1;
-    Slot& slot = *table._Find(index);
-    mine.head = slot.next_free.load(std::memory_order_relaxed);
-    table._PushShared(index, slot);
+  for (std::uint32_t i = 0; i < mine.size; ++i) {
+    const auto index = static_cast<std::uint32_t>(mine.entries[i]);
+    table._PushShared(index, *table._Find(index));
   }
+  if (mine.entries != &mine.spare) std::free(mine.entries);
+  mine.entries = nullptr;
+  mine.size = 0;
+  mine.capacity = 0;
   mine.active = false;
   mine.gone = true;
 }

@@ -47,15 +47,14 @@ class DeferredTaskTable {
   Key Register(IAction* action) {
     if (action == nullptr) return 0;
     ThreadSlots& mine = t_slots;
-    if (mine.head == 0 && !_Refill(mine)) return 0;
-    const std::uint32_t index = mine.head - 1;
-    Slot& slot = *_Find(index);
-    mine.head = slot.next_free.load(std::memory_order_relaxed);
-    // Only this thread holds the free slot: nobody else writes its word until it is published.
-    const std::uint64_t state = slot.state.load(std::memory_order_relaxed);
+    if (mine.size == 0 && !_Refill(mine)) return 0;
+    // Only this thread holds the free slot, and the entry is the slot's next key: nothing of
+    // the slot needs reading, and nobody else writes its word until it is published.
+    const Key key = mine.entries[--mine.size];
+    Slot& slot = *_Find(static_cast<std::uint32_t>(key));
     slot.action.store(action, std::memory_order_relaxed);
-    slot.state.store(state | kLive, std::memory_order_release);
-    return (state >> 1) << 32 | index;
+    slot.state.store(_LiveState(key), std::memory_order_release);
+    return key;
   }
 
   /// Takes the entry out and answers its action; null if the key finds nothing. Of threads
@@ -74,7 +73,7 @@ class DeferredTaskTable {
     const std::uint64_t next = generation < kMaxGeneration ? (generation + 1) << 1 : kRetired;
     if (!slot->state.compare_exchange_strong(state, next, std::memory_order_acq_rel, std::memory_order_relaxed))
       return nullptr;
-    if (next != kRetired) _Release(index, *slot);
+    if (next != kRetired) _Release((generation + 1) << 32 | index, *slot);
     return action;
   }
 
@@ -101,15 +100,19 @@ class DeferredTaskTable {
   struct Slot {
     std::atomic<std::uint64_t> state{1u << 1};  // free, generation 1
     std::atomic<IAction*> action{nullptr};
-    std::atomic<std::uint32_t> next_free{0};  // index + 1 of the next slot of its free list
+    std::atomic<std::uint32_t> next_free{0};  // index + 1 of the next slot on the shared stack
   };
 
-  // The calling thread's free list. Only a thread that has entered tasks keeps one
-  // of its own; the other threads give what they take back to the shared stack. Zero at start.
+  // The calling thread's free slots, as the keys they will have next: a stack in an array, so
+  // that registering reads no slot. Only a thread that has entered tasks keeps one of its own;
+  // the other threads give what they take back to the shared stack. Zero at start.
   struct ThreadSlots {
-    std::uint32_t head;  // index + 1 of the first free slot, 0 for none
-    bool active;         // keeps its own list (the thread has entered tasks)
-    bool gone;           // the thread is ending: its list was given back
+    Key* entries;            // owned (or `&spare`), freed when the thread ends
+    std::uint32_t size;
+    std::uint32_t capacity;  // of an owned array
+    Key spare;               // the one entry of a thread that is ending
+    bool active;             // keeps its own free slots (the thread has entered tasks)
+    bool gone;               // the thread is ending: its free slots were given back
   };
   OSTRUM_STATIC_TLS static inline thread_local ThreadSlots t_slots{};
 
@@ -124,13 +127,13 @@ class DeferredTaskTable {
     return base == nullptr ? nullptr : base + (position - (kFirstChunk << chunk));
   }
 
-  void _Release(std::uint32_t index, Slot& slot) {
+  // `key` is the slot's next key.
+  void _Release(Key key, Slot& slot) {
     ThreadSlots& mine = t_slots;
-    if (mine.active) {
-      slot.next_free.store(mine.head, std::memory_order_relaxed);
-      mine.head = index + 1;
+    if (mine.size < mine.capacity || (mine.active && _GrowEntries(mine))) {
+      mine.entries[mine.size++] = key;
     } else {
-      _PushShared(index, slot);
+      _PushShared(static_cast<std::uint32_t>(key), slot);
     }
   }
 
@@ -139,6 +142,8 @@ class DeferredTaskTable {
   void _PushShared(std::uint32_t index, Slot& slot);
   /// Takes the whole shared stack, or only its first slot; 0 if empty, else index + 1 of the first.
   std::uint32_t _PopShared(bool all);
+  /// Makes room for more entries; false if memory is short (the slot then goes to the shared stack).
+  static bool _GrowEntries(ThreadSlots& mine);
   bool _MakeChunkFor(std::uint32_t index);
   /// The thread ends: its free slots go to the shared stack.
   static void _GiveBack(ThreadSlots& mine);

@@ -2,13 +2,16 @@
 // std::deque of std::function filled and run in a loop. Both sides perform the same action
 // object, so the ratio is what the manager costs on top: the table of handles, the queues,
 // the message or timer, and for idle tasks the look at the thread's queue after every task.
+//
+// The three cases are timed interleaved, round by round after an untimed warm-up round
+// (common/Interleaved.h), and the ratios of the medians are printed.
 
-#include <benchmark/benchmark.h>
-
+#include <cstdio>
 #include <deque>
 #include <functional>
+#include <vector>
 
-#include "common/RatioReport.h"
+#include "common/Interleaved.h"
 #include "ostrum/deferred/DeferredTaskManager.h"
 #include "ostrum/foundation/platform/HeadlessDriver.h"
 #include "ostrum/foundation/platform/MessageLoop.h"
@@ -16,6 +19,7 @@
 namespace {
 
 constexpr int kTasks = 100000;
+constexpr int kRounds = 41;
 
 // A static task: performing it leaves it to its own lifetime, so the same object can be
 // registered again and again, as the deferred discard of undo history is.
@@ -29,58 +33,49 @@ class CountingTask : public Ostrum::IAction {
   void _Discard() override {}
 };
 
-using SessionScope = Ostrum::DeferredTaskManager::ScopedSession;
-
-void Check(benchmark::State& state, const CountingTask& task) {
-  if (task.performed != static_cast<long>(state.iterations()) * kTasks) state.SkipWithError("tasks were lost");
-  state.SetItemsProcessed(state.iterations() * kTasks);
-}
-
-void BM_DeferredPosted(benchmark::State& state) {
-  SessionScope session;
-  CountingTask task;
-  for (auto _ : state) {
-    for (int i = 0; i < kTasks; ++i) Ostrum::DeferredTaskManager::RegisterTask(&task, 1, 0);
-    Ostrum::Desktop::PumpWaitingMessages();  // the one posted message runs them all
-  }
-  Check(state, task);
-}
-
-void BM_DeferredIdle(benchmark::State& state) {
-  SessionScope session;
-  CountingTask task;
-  Ostrum::Desktop::HeadlessDriver driver;
-  for (auto _ : state) {
-    for (int i = 0; i < kTasks; ++i)
-      Ostrum::DeferredTaskManager::RegisterTask(&task, Ostrum::DeferredTaskManager::IDLE_PRIORITY, 0);
-    driver.AdvanceClock(10);                 // the idle timer comes due
-    Ostrum::Desktop::PumpWaitingMessages();  // and the idle run goes through, nothing waiting
-  }
-  Check(state, task);
-}
-
-void BM_FloorDequeOfFunctions(benchmark::State& state) {
-  CountingTask task;
-  std::deque<std::function<void()>> queue;
-  for (auto _ : state) {
-    for (int i = 0; i < kTasks; ++i) queue.emplace_back([&task] { task.Perform(); });
-    while (!queue.empty()) {
-      queue.front()();
-      queue.pop_front();
-    }
-  }
-  Check(state, task);
-}
-
-BENCHMARK(BM_DeferredPosted)->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_DeferredIdle)->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_FloorDequeOfFunctions)->Unit(benchmark::kMillisecond);
-
 }  // namespace
 
-int main(int argc, char** argv) {
-  return ostrum_bench::RunWithRatios(
-      argc, argv,
-      {{"posted tasks: register and run 100,000", "BM_DeferredPosted", "BM_FloorDequeOfFunctions"},
-       {"idle tasks: register and run 100,000", "BM_DeferredIdle", "BM_FloorDequeOfFunctions"}});
+int main() {
+  Ostrum::DeferredTaskManager::ScopedSession session;
+  Ostrum::Desktop::HeadlessDriver driver;
+  CountingTask posted_task, idle_task, floor_task;
+  std::deque<std::function<void()>> floor_queue;
+
+  std::vector<ostrum_bench::TimedCase> cases;
+  cases.push_back({"posted: register and run", [&] {
+                     for (int i = 0; i < kTasks; ++i) Ostrum::DeferredTaskManager::RegisterTask(&posted_task, 1, 0);
+                     Ostrum::Desktop::PumpWaitingMessages();  // the one posted message runs them all
+                   }});
+  cases.push_back({"idle: register and run", [&] {
+                     for (int i = 0; i < kTasks; ++i)
+                       Ostrum::DeferredTaskManager::RegisterTask(&idle_task, Ostrum::DeferredTaskManager::IDLE_PRIORITY,
+                                                                 0);
+                     driver.AdvanceClock(10);                 // the idle timer comes due
+                     Ostrum::Desktop::PumpWaitingMessages();  // and the idle run goes through, nothing waiting
+                   }});
+  cases.push_back({"floor: deque of std::function", [&] {
+                     for (int i = 0; i < kTasks; ++i) floor_queue.emplace_back([&floor_task] { floor_task.Perform(); });
+                     while (!floor_queue.empty()) {
+                       floor_queue.front()();
+                       floor_queue.pop_front();
+                     }
+                   }});
+
+  ostrum_bench::RunInterleaved(cases, kRounds);
+
+  // Every side must have done all of its work in every run, the warm-up included.
+  const long expected = static_cast<long>(kRounds + 1) * kTasks;
+  for (const CountingTask* task : {&posted_task, &idle_task, &floor_task}) {
+    if (task->performed != expected) {
+      std::printf("tasks were lost: %ld performed of %ld\n", task->performed, expected);
+      return 1;
+    }
+  }
+
+  std::printf("Deferred tasks, %d a run, %d interleaved rounds:\n", kTasks, kRounds);
+  ostrum_bench::PrintMedians(cases, kTasks);
+  std::printf("\nRatios (framework time / floor time, medians, lower is better):\n");
+  ostrum_bench::PrintRatio("posted tasks: register and run 100,000", cases[0], cases[2]);
+  ostrum_bench::PrintRatio("idle tasks: register and run 100,000", cases[1], cases[2]);
+  return 0;
 }

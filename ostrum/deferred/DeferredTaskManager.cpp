@@ -14,12 +14,13 @@
 #include "ostrum/foundation/platform/Window.h"
 #include "ostrum/foundation/platform/WindowClass.h"
 #include "ostrum/foundation/platform/private/StaticThreadLocal.h"
+#include "ostrum/foundation/platform/private/ThreadQueue.h"
 
 namespace Ostrum {
 
 namespace {
 
-using Key = Generic::BasicDescriptorTable::Key;
+using Key = Private::DeferredTaskTable::Key;
 
 constexpr wchar_t kWindowClass[] = L"OSTRUM_DTM_MessageOnlyWindowClass";
 /// Runs the posted queue: one message serves every task registered before it arrives.
@@ -115,7 +116,7 @@ bool IsLive(uint64_t serial) {
   return session && session->m_serial == serial;
 }
 
-IAction* Take(Key key) { return static_cast<IAction*>(Private::DeferredTaskTable().UnregisterObject(key)); }
+IAction* Take(Key key) { return Private::DeferredTaskTable::Get().Take(key); }
 
 // A task is performed unless it is reached at or after its expiry.
 void RunOrExpire(IAction* action, DWORD expiry) {
@@ -180,7 +181,14 @@ void RunIdleQueue() {
   const uint64_t serial = session->m_serial;
   // 1. Detached first, so that an idle task registered by a task makes a new queue.
   std::unique_ptr<IdleQueue> queue(std::exchange(session->m_idle, nullptr));
-  // 2.-3. One task at a time; after each, yield if anything waits in the thread's queue.
+  // 2.-3. One task at a time; after each, yield if anything waits in the thread's queue. The
+  //       queue's own summary is looked at first: when it shows nothing waiting and nothing
+  //       arrived, no timer and nothing to paint, GetQueueStatus would answer 0 and change
+  //       nothing, so it is asked only otherwise.
+  const Desktop::Private::ThreadQueue& thread_queue = Desktop::Private::CurrentQueue();
+  auto something_waits = [&thread_queue] {
+    return thread_queue.MayHaveEvents() && GetQueueStatus(QS_ALLEVENTS) != 0;
+  };
   std::size_t next = 0;
   bool yielded = false;
   while (next < queue->size()) {
@@ -192,7 +200,7 @@ void RunIdleQueue() {
         action->Discard();
       }
     }
-    if (next < queue->size() && GetQueueStatus(QS_ALLEVENTS) != 0) {
+    if (next < queue->size() && something_waits()) {
       yielded = true;
       break;
     }
@@ -205,7 +213,7 @@ void RunIdleQueue() {
   // 5. Stopped early: keep what still waits, and come back 10 ms later at the earliest.
   IdleQueue rest;
   for (std::size_t i = next; i < queue->size(); ++i)
-    if (Private::DeferredTaskTable().GetObjectByKey((*queue)[i].key)) rest.push_back((*queue)[i]);
+    if (Private::DeferredTaskTable::Get().Contains((*queue)[i].key)) rest.push_back((*queue)[i]);
   if (!IsLive(serial)) {
     for (const Entry& entry : rest)
       if (IAction* action = Take(entry.key)) action->Discard();
@@ -264,7 +272,7 @@ void DeferredTaskManager::EndDeferredTaskManagerSession() {
 DeferredTask* DeferredTaskManager::RegisterTask(IAction* action, unsigned int priority, unsigned int timeout) {
   Session* session = CurrentSession();
   if (!session) return nullptr;
-  const Key key = Private::DeferredTaskTable().RegisterObject(action);
+  const Key key = Private::DeferredTaskTable::Get().Register(action);
   if (key == 0) return nullptr;
   const DWORD expiry = timeout == 0 ? 0 : GetTickCount() + timeout;
   if (priority == IDLE_PRIORITY) {

@@ -14,6 +14,7 @@
 #include "ostrum/foundation/platform/MessageQueue.h"
 #include "ostrum/foundation/platform/ProcessIdentity.h"
 #include "ostrum/foundation/platform/TickCount.h"
+#include "ostrum/foundation/platform/Timer.h"
 #include "ostrum/foundation/platform/Window.h"
 #include "undo/RecordingAction.h"
 
@@ -184,6 +185,30 @@ TEST_F(DeferredTaskManagerTest, IdleRunYieldsAlsoToPostedWorkAndDropsDiscardedEn
   RunIdle();
   EXPECT_EQ(m_log.back(), "perform 2");
   EXPECT_EQ(m_log.size(), 4u);
+}
+
+TEST_F(DeferredTaskManagerTest, IdleRunYieldsToAMessageFromAnotherThreadAndToADueTimer) {
+  // Another thread posts to this one while the first task runs.
+  const DWORD me = GetCurrentThreadId();
+  Register("1", kIdle, 0, [me] { std::thread([me] { EXPECT_TRUE(PostThreadMessageW(me, WM_APP + 7, 0, 0)); }).join(); });
+  Register("2", kIdle);
+  RunIdle();
+  EXPECT_EQ(m_log, (Entries{"perform 1"}));
+  RunIdle();
+  EXPECT_EQ(m_log, (Entries{"perform 1", "perform 2"}));
+
+  // A timer of the host's comes due with the idle timer, set after it: the idle run goes
+  // first, and after one task the due timer is waiting.
+  m_log.clear();
+  Register("3", kIdle);
+  Register("4", kIdle);
+  const UINT_PTR host_timer = SetTimer(nullptr, 0, 10, nullptr);
+  ASSERT_NE(host_timer, 0u);
+  RunIdle();
+  EXPECT_EQ(m_log, (Entries{"perform 3"}));
+  KillTimer(nullptr, host_timer);
+  RunIdle();
+  EXPECT_EQ(m_log, (Entries{"perform 3", "perform 4"}));
 }
 
 TEST_F(DeferredTaskManagerTest, IdleTasksRegisteredByAnInterruptedRunRunAfterItsRest) {

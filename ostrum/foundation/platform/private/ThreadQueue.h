@@ -70,6 +70,13 @@ class ThreadQueue {
   bool Take(MSG& out, const MessageFilter& filter, bool remove);
   /// GetQueueStatus.
   DWORD Status(UINT flags);
+  /// False when Status would answer 0 whatever the flags and change nothing: no message waits
+  /// or arrived since the last look, no timer is set, no window needs painting. Costs two
+  /// atomic loads, for a loop that asks after every small piece of work.
+  bool MayHaveEvents() const {
+    return (m_present.load(std::memory_order_relaxed) | m_arrived.load(std::memory_order_relaxed)) != 0 ||
+           !m_timers.empty() || m_paint_windows > 0 || m_paint_arrived;
+  }
   /// The earliest due time of a timer that matches; IDesktopBackend::kNoDeadline if none.
   uint64_t NextTimerDue(const MessageFilter& filter) const;
   bool HasTimers() const { return !m_timers.empty(); }

@@ -19,6 +19,15 @@ class ActionEntry : public SharedObject, public RefListItem<ActionEntry> {
   }
   ~ActionEntry() noexcept(false) override;
 
+  /// Makes an emptied entry (its action taken) over for `action` and `id`, as if made anew.
+  void Refill(IAction* action, char const* id) {
+    m_action = action;
+    if (id)
+      m_id.assign(id);
+    else
+      m_id.clear();
+  }
+
   /// The action, still owned by the entry; null once taken.
   IAction* PeekAction() const { return m_action; }
   /// The action, which now belongs to the caller; the entry holds nothing afterwards.

@@ -4,9 +4,11 @@
 
 namespace Ostrum::Undo::Private {
 
-ActionGroup::ActionGroup(Transaction* tx) {
+ActionGroup::ActionGroup(Transaction* tx) { TakeOver(tx); }
+
+void ActionGroup::TakeOver(Transaction* tx) {
   m_actions.Swap(tx->GetActions());
-  m_action_string.swap(tx->GetActionString());
+  m_action_string.swap(tx->GetActionText());
 }
 
 ActionGroup::~ActionGroup() noexcept(false) { SetOwner(nullptr); }

@@ -300,16 +300,14 @@ void UndoDirectory::_Report(const std::wstring& what) {
 bool UndoDirectory::_LockStands() const {
   if (m_lock_fd < 0) return false;
   struct stat info;
-  const std::string lock = m_native + ProcessDirectoryName(m_native_tag) + "/" + kLockName;
-  return ::lstat(lock.c_str(), &info) == 0 && static_cast<std::uint64_t>(info.st_dev) == m_lock_device &&
+  return ::lstat(m_lock_path.c_str(), &info) == 0 && static_cast<std::uint64_t>(info.st_dev) == m_lock_device &&
          static_cast<std::uint64_t>(info.st_ino) == m_lock_inode;
 }
 
 bool UndoDirectory::_Ready() {
   if (m_lock_fd >= 0) {
     struct stat info;
-    const std::string lock = m_native + ProcessDirectoryName(m_native_tag) + "/" + kLockName;
-    if (::lstat(lock.c_str(), &info) == 0 && static_cast<std::uint64_t>(info.st_dev) == m_lock_device &&
+    if (::lstat(m_lock_path.c_str(), &info) == 0 && static_cast<std::uint64_t>(info.st_dev) == m_lock_device &&
         static_cast<std::uint64_t>(info.st_ino) == m_lock_inode) {
       m_reported = false;
       return true;
@@ -392,6 +390,7 @@ bool UndoDirectory::_Acquire() {
   m_lock_inode = lock.inode;
   m_native_tag = tag;
   m_tag = FromNativePath(tag);
+  m_lock_path = m_native + ProcessDirectoryName(tag) + "/" + kLockName;
   return true;
 }
 

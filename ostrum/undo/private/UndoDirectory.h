@@ -102,6 +102,7 @@ class UndoDirectory {
   std::string m_native;        // m_path as the system takes it
   std::wstring m_tag;
   std::string m_native_tag;
+  std::string m_lock_path;     // of the lock held, checked before every new file
   std::string m_held_tag;      // the tag this process held here last, kept when the lock is lost
   int m_lock_fd = -1;
   std::uint64_t m_lock_device = 0;

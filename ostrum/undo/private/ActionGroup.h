@@ -22,6 +22,16 @@ class ActionGroup : public SharedObject,
   /// Takes over the actions and the action string of `tx`, leaving the transaction empty;
   /// nothing is copied.
   explicit ActionGroup(Transaction* tx);
+  static void* operator new(std::size_t size) { return Paired::AllocateAlone(size); }
+  static void operator delete(void* object) { Paired::Free(object); }
+  /// An entry for the first action of a primary transaction, made with room for the group that
+  /// the transaction's commit makes (MakeFrom), so that a step of one action costs one
+  /// allocation.
+  static SharedRef<ActionEntry> MakeEntryWithRoom(IAction* action, char const* id);
+  /// The group of a committed transaction (see the constructor), made in the room of its oldest
+  /// entry when that entry has one.
+  static SharedRef<ActionGroup> MakeFrom(Transaction* tx);
+
   /// Takes over the actions and the text of `tx` into this empty, ownerless group, as the
   /// constructor does: an undo makes the group it consumed into the group it produces.
   void TakeOver(Transaction* tx);

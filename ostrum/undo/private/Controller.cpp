@@ -1,6 +1,7 @@
 #include "ostrum/undo/private/Controller.h"
 
 #include "ostrum/undo/Manager.h"
+#include "ostrum/undo/private/ActionGroup.h"
 #include "ostrum/undo/private/ControllerStates.h"
 #include "ostrum/undo/private/TransactionTable.h"
 
@@ -71,6 +72,8 @@ void Controller::RegisterAction(IAction* action, char const* id) {
   if (m_spare_entry && m_spare_entry->HasRefCount(1)) {
     entry = std::move(m_spare_entry);
     entry->Refill(action, id);
+  } else if (Top()->_StartsGroup()) {
+    entry = ActionGroup::MakeEntryWithRoom(action, id);
   } else {
     entry = MakeShared<ActionEntry>(action, id);
   }

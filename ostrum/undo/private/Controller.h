@@ -46,6 +46,10 @@ class Controller {
     virtual void ExtractUndoActions(IActionEnumAgent* agent, IActionFilter const* filter);
     virtual void ExtractRedoActions(IActionEnumAgent* agent, IActionFilter const* filter);
 
+    /// Whether the next action registered will be the first of a primary transaction, whose
+    /// entry is then made with room for the step's group.
+    virtual bool _StartsGroup() const { return false; }
+
     /// Whether the state has a controller and is the top of its stack: a state that runs foreign
     /// code asks this after every call to know that it may go on.
     bool IsCurrentState() const;

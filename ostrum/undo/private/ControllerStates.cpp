@@ -178,7 +178,7 @@ _StateBuildingActionGroup::~_StateBuildingActionGroup() noexcept(false) = defaul
 
 void _StateBuildingActionGroup::_OnCommitPrimary(Transaction* tx) {
   if (!tx->IsEmpty()) {
-    m_undo_stack_ref->Push(MakeShared<ActionGroup>(tx));
+    m_undo_stack_ref->Push(ActionGroup::MakeFrom(tx));
     m_redo_stack_ref->Clear();
   }
   _Dispose(tx);
@@ -250,7 +250,7 @@ void _StatePerformingUndoRedo::_OnCommitPrimary(Transaction* tx) {
       group = m_source->Pop();
       group->TakeOver(tx);
     } else {
-      group = MakeShared<ActionGroup>(tx);
+      group = ActionGroup::MakeFrom(tx);
     }
     m_target->Push(std::move(group));
   }

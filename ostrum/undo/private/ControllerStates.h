@@ -106,6 +106,9 @@ class _StateBuildingActionGroup : public _StateHandlingTransaction {
   ~_StateBuildingActionGroup() noexcept(false) override;
 
   bool IsBusy() const override { return true; }
+  bool _StartsGroup() const override {
+    return GetCurrent() && GetCurrent() == GetPrimary() && GetCurrent()->IsEmpty();
+  }
 
  protected:
   /// A primary with actions becomes a group on the undo stack and clears the redo stack; an

@@ -34,14 +34,19 @@ void Transaction::_Detach() {
 
 TransactionHandler::~TransactionHandler() noexcept(false) {
   _DropTransactions();
-  delete m_spare;
+  while (Transaction* spare = m_spare) {
+    m_spare = spare->m_parent;
+    delete spare;
+  }
 }
 
 Transaction* TransactionHandler::_Begin(char const* id) {
   Transaction* tx;
   if (m_spare) {
     // An ended transaction made over: detached, empty, without key or text.
-    tx = std::exchange(m_spare, nullptr);
+    tx = m_spare;
+    m_spare = tx->m_parent;
+    --m_spare_count;
     tx->m_parent = m_current;
     if (id)
       tx->m_id.assign(id);
@@ -76,16 +81,18 @@ void TransactionHandler::_DropTransactions() {
 }
 
 void TransactionHandler::_Dispose(Transaction* tx) {
-  if (m_spare) {
+  if (m_spare_count >= kSpareTransactions) {
     delete tx;
     return;
   }
   // What deleting it would do, in the same order: the key goes, then the actions and the text.
   tx->SetOwner(nullptr);
-  tx->m_parent = tx->m_child = nullptr;
+  tx->m_child = nullptr;
   tx->m_actions.Clear();
   tx->m_action_string.Reset();
+  tx->m_parent = m_spare;  // the list of spares is linked through the parent
   m_spare = tx;
+  ++m_spare_count;
 }
 
 void TransactionHandler::Commit(Transaction* tx) {

@@ -108,7 +108,11 @@ class TransactionHandler {
   Transaction* m_primary = nullptr;
   Transaction* m_current = nullptr;
   std::uint64_t m_serial = 0;  // of the transaction opened last
-  Transaction* m_spare = nullptr;  // an ended transaction kept for the next _Begin
+  // Ended transactions kept for the next _Begin: an undo opens two at a time (the run's primary
+  // and one per action).
+  static constexpr int kSpareTransactions = 2;
+  Transaction* m_spare = nullptr;  // linked through m_parent
+  int m_spare_count = 0;
 };
 
 }  // namespace Ostrum::Undo::Private

@@ -122,6 +122,35 @@ TEST_F(TransactionTest, HandlesAfterTheirEndAndNullHandlesAnswerLikeNothing) {
   EXPECT_EQ(log, (Calls{"discard y"}));
 }
 
+// A thousand transactions open at once take slots well past the table's first chunks; every
+// handle finds its own transaction, and after the outermost commit none finds anything, also
+// once the slots are taken again.
+TEST_F(TransactionTest, AThousandNestedHandlesStayApartAndGoStaleTogether) {
+  std::vector<Transaction*> first;
+  for (int depth = 0; depth < 1000; ++depth) {
+    first.push_back(manager->BeginTransaction(depth == 0 ? L"outer" : nullptr, nullptr));
+    ASSERT_TRUE(first.back()->IsCurrent()) << "depth " << depth;
+  }
+  EXPECT_EQ(manager->GetPrimaryTransaction(), first.front());
+  int primaries = 0;
+  for (Transaction* tx : first) primaries += tx->IsValid() && tx->IsPrimary();
+  EXPECT_EQ(primaries, 1);
+  first[500]->Commit();
+  EXPECT_TRUE(first[499]->IsCurrent()) << "the inner half ended with it";
+  EXPECT_FALSE(first[999]->IsValid());
+  first.front()->Commit();
+  std::vector<Transaction*> second;
+  for (int depth = 0; depth < 1000; ++depth) second.push_back(manager->BeginTransaction(nullptr, nullptr));
+  size_t valid = 0;
+  for (Transaction* tx : first) valid += tx->IsValid();
+  EXPECT_EQ(valid, 0u) << "the slots taken again carry new keys";
+  std::unordered_set<Transaction*> keys(first.begin(), first.end());
+  for (Transaction* tx : second) EXPECT_TRUE(keys.insert(tx).second);
+  EXPECT_EQ(manager->GetCurrentTransaction(), second.back());
+  second.front()->Terminate();
+  EXPECT_FALSE(manager->IsBusy());
+}
+
 // Transactions opened with the same text share it; changing the text of one changes nothing of
 // the others, open or already steps.
 TEST_F(TransactionTest, ATextSharedWithOtherTransactionsChangesOnlyForItsOwn) {

@@ -28,11 +28,12 @@ bool Transaction::IsCurrent() const {
 
 wchar_t const* Transaction::GetActionString() const {
   Private::Transaction* tx = Find(this);
-  return tx ? tx->GetActionString().c_str() : nullptr;
+  return tx ? tx->GetActionString() : nullptr;
 }
 
 bool Transaction::SetActionString(wchar_t const* action_string) {
-  if (Private::Transaction* tx = Find(this)) tx->SetActionString(action_string);
+  if (Private::Transaction* tx = Find(this); tx && action_string)
+    tx->SetActionText(tx->GetOwner()->ShareText(action_string));
   return true;
 }
 

@@ -14,6 +14,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <random>
 #include <set>
 #include <thread>
 
@@ -47,6 +48,13 @@ bool EndsWith(const std::string& text, const char* suffix) {
 }
 
 std::string ProcessDirectoryName(const std::string& tag) { return kProcessDirectoryPrefix + tag + "]"; }
+
+std::uint64_t SplitMix64(std::uint64_t x) {
+  x += 0x9E3779B97F4A7C15ull;
+  x = (x ^ (x >> 30)) * 0xBF58476D1CE4E5B9ull;
+  x = (x ^ (x >> 27)) * 0x94D049BB133111EBull;
+  return x ^ (x >> 31);
+}
 
 // The tag of a process directory's name ("VarnUndo[<tag>]"), or "".
 std::string TagOfDirectory(const std::string& name) {
@@ -260,7 +268,12 @@ UndoDirectory* UndoDirectory::ForSetting(const std::wstring& setting) {
   return UndoDirectoryRegistry::Instance().ForSetting(setting);
 }
 
-UndoDirectory::UndoDirectory(std::wstring path) : m_path(std::move(path)), m_native(ToNativePath(m_path)) {}
+UndoDirectory::UndoDirectory(std::wstring path) : m_path(std::move(path)), m_native(ToNativePath(m_path)) {
+  // Names carry the tag, which sets processes (and forked children) apart; the numbers only
+  // keep this process's own calls apart, and exclusive creation makes them safe in any case.
+  std::random_device device;
+  m_name_seed = (static_cast<std::uint64_t>(device()) << 32) ^ device();
+}
 
 UndoDirectory::~UndoDirectory() { _Release(); }
 
@@ -273,6 +286,8 @@ void UndoDirectory::_Release() {
   m_lock_fd = -1;
   m_tag.clear();
   m_native_tag.clear();
+  std::lock_guard<std::mutex> guard(m_names_lock);
+  m_stems.clear();
 }
 
 void UndoDirectory::_Report(const std::wstring& what) {
@@ -285,16 +300,14 @@ void UndoDirectory::_Report(const std::wstring& what) {
 bool UndoDirectory::_LockStands() const {
   if (m_lock_fd < 0) return false;
   struct stat info;
-  const std::string lock = m_native + ProcessDirectoryName(m_native_tag) + "/" + kLockName;
-  return ::lstat(lock.c_str(), &info) == 0 && static_cast<std::uint64_t>(info.st_dev) == m_lock_device &&
+  return ::lstat(m_lock_path.c_str(), &info) == 0 && static_cast<std::uint64_t>(info.st_dev) == m_lock_device &&
          static_cast<std::uint64_t>(info.st_ino) == m_lock_inode;
 }
 
 bool UndoDirectory::_Ready() {
   if (m_lock_fd >= 0) {
     struct stat info;
-    const std::string lock = m_native + ProcessDirectoryName(m_native_tag) + "/" + kLockName;
-    if (::lstat(lock.c_str(), &info) == 0 && static_cast<std::uint64_t>(info.st_dev) == m_lock_device &&
+    if (::lstat(m_lock_path.c_str(), &info) == 0 && static_cast<std::uint64_t>(info.st_dev) == m_lock_device &&
         static_cast<std::uint64_t>(info.st_ino) == m_lock_inode) {
       m_reported = false;
       return true;
@@ -377,6 +390,7 @@ bool UndoDirectory::_Acquire() {
   m_lock_inode = lock.inode;
   m_native_tag = tag;
   m_tag = FromNativePath(tag);
+  m_lock_path = m_native + ProcessDirectoryName(tag) + "/" + kLockName;
   return true;
 }
 
@@ -428,9 +442,56 @@ void UndoDirectory::RemoveOwnFiles() {
 }
 
 bool UndoDirectory::MakeFile(MFile& file, MFileName& name, const wchar_t* prefix) {
-  if (!_Ready()) return false;
-  const std::wstring tagged = std::wstring(prefix) + L"[" + m_tag + L"]";
-  return file.OPEN_WRITE_TEMP(name, m_path, tagged.c_str(), nullptr, 65535);
+  name = MFileName();
+  if (file.IS_OPEN()) return false;
+  std::wstring wide;
+  std::string native;
+  {
+    // Documents of several threads may share a directory.
+    std::lock_guard<std::mutex> guard(m_names_lock);
+    if (m_lock_fd < 0) return false;
+    const Stem* stem = nullptr;
+    for (const Stem& known : m_stems)
+      if (known.prefix == prefix) stem = &known;
+    if (!stem) {
+      const std::wstring tagged = std::wstring(prefix) + L"[" + m_tag + L"]";
+      // The name must stay inside the directory.
+      if (tagged.find(L'/') != std::wstring::npos) return false;
+      stem = &m_stems.emplace_back(Stem{prefix, m_path + tagged, m_native + ToNativePath(tagged)});
+    }
+    wide = stem->wide;
+    native = stem->native;
+  }
+  return _MakeNamed(file, name, wide, native);
+}
+
+bool UndoDirectory::_MakeNamed(MFile& file, MFileName& name, const std::wstring& stem, const std::string& native_stem) {
+  static constexpr char kDigits[] = "0123456789abcdef";
+  std::string native = native_stem + "00000000" + kSuffix;
+  char* digits = native.data() + native_stem.size();
+  for (int attempt = 0; attempt < 65535; ++attempt) {
+    auto number = static_cast<std::uint32_t>(
+        SplitMix64(m_name_seed ^ SplitMix64(m_name_count.fetch_add(1, std::memory_order_relaxed))));
+    for (int i = 7; i >= 0; --i, number >>= 4) digits[i] = kDigits[number & 0xF];
+    int fd;
+    do {
+      fd = ::open(native.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600);
+    } while (fd < 0 && errno == EINTR);
+    if (fd >= 0) {
+      std::wstring path;
+      path.reserve(stem.size() + 12);
+      path.append(stem).append(digits, digits + 8).append(L".tmp");
+      name.SET(path, false);
+      if (file._OPEN_WRITE_DESCRIPTOR(fd)) return true;
+      ::close(fd);
+      ::unlink(native.c_str());
+      name = MFileName();
+      return false;
+    }
+    // Only a taken name is worth another try; a missing or closed directory stays so.
+    if (errno != EEXIST) return false;
+  }
+  return false;
 }
 
 bool UndoDirectory::MakeProcessFile(MFile& file, MFileName& name, const wchar_t* prefix) {

@@ -91,6 +91,17 @@ TEST_F(UndoRedoTest, WhatAnActionDoesFromInsideAnUndo) {
     EXPECT_EQ(Stacks(*manager), row.stacks);
     RunIdle();
     EXPECT_EQ(Joined(log), row.log);
+    // The states, transactions, entries and groups of the run are made over for later runs
+    // only when nothing holds them any more: after every one of these ends the manager works on
+    // as before.
+    log.clear();
+    Step(L"after", {"x"});
+    manager->Undo();
+    EXPECT_EQ(manager->GetRedoActionString(), std::wstring(L"after"));
+    manager->Redo();
+    EXPECT_EQ(log, (Calls{"x", "x"}));
+    EXPECT_EQ(Stacks(*manager).rfind("undo [after: x]", 0), 0u) << Stacks(*manager);
+    EXPECT_FALSE(manager->IsBusy());
   }
 }
 

@@ -75,6 +75,11 @@ bool MFile::OPEN_WRITE_TEMP(MFileName& name, const std::wstring& directory, cons
   return fd >= 0 && _Adopt(fd, Mode::Write);
 }
 
+bool MFile::_OPEN_WRITE_DESCRIPTOR(int fd) {
+  if (m_fd >= 0 || fd < 0) return false;
+  return _Adopt(fd, Mode::Write);
+}
+
 bool MFile::_Reserve(std::size_t size) {
   if (size <= m_storage) return true;
   std::size_t grown = std::max({size, 2 * m_storage, std::min(kPage, m_capacity)});

@@ -65,6 +65,10 @@ class OSTRUM_API MFile {
   /// and opens it for writing in the same step, so it is not opened twice.
   bool OPEN_WRITE_TEMP(MFileName& name, const std::wstring& directory, const wchar_t* prefix,
                        const wchar_t* extension = nullptr, std::uint32_t maximum = 65535);
+  /// Takes over `fd`, a new file open for writing that the caller made itself (by a name it
+  /// chose), as OPEN_WRITE_TEMP would have opened it; the file owns the descriptor from now on.
+  /// False, leaving `fd` to the caller, if this file is open already or `fd` is negative.
+  bool _OPEN_WRITE_DESCRIPTOR(int fd);
   /// The bytes WRITE accepted since the file was opened for writing: the file's size once
   /// CLOSE succeeded.
   std::int64_t GET_WRITTEN() const { return m_written; }

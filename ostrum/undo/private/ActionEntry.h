@@ -2,8 +2,10 @@
 // ActionEntry: one action of undo history with the identifier it was registered under.
 
 #include <string>
+#include <utility>
 
 #include "ostrum/action/IAction.h"
+#include "ostrum/undo/private/PairedAllocation.h"
 #include "ostrum/undo/private/RefList.h"
 #include "ostrum/undo/private/SharedObject.h"
 
@@ -18,6 +20,21 @@ class ActionEntry : public SharedObject, public RefListItem<ActionEntry> {
     if (id) m_id = id;
   }
   ~ActionEntry() noexcept(false) override;
+
+  static void* operator new(std::size_t size) { return Paired::AllocateAlone(size); }
+  static void operator delete(void* object) { Paired::Free(object); }
+  /// Room made with this entry for the group it starts (see ActionGroup::MakeEntryWithRoom),
+  /// handed out once; null when there is none or it was taken.
+  void* TakeGroupRoom() { return std::exchange(m_group_room, nullptr); }
+
+  /// Makes an emptied entry (its action taken) over for `action` and `id`, as if made anew.
+  void Refill(IAction* action, char const* id) {
+    m_action = action;
+    if (id)
+      m_id.assign(id);
+    else
+      m_id.clear();
+  }
 
   /// The action, still owned by the entry; null once taken.
   IAction* PeekAction() const { return m_action; }
@@ -39,8 +56,11 @@ class ActionEntry : public SharedObject, public RefListItem<ActionEntry> {
   void SetId(const std::string& id) { m_id = id; }
 
  private:
+  friend class ActionGroup;
+
   IAction* m_action;
   std::string m_id;
+  void* m_group_room = nullptr;
 };
 
 }  // namespace Ostrum::Undo::Private

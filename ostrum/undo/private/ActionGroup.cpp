@@ -4,9 +4,35 @@
 
 namespace Ostrum::Undo::Private {
 
-ActionGroup::ActionGroup(Transaction* tx) {
+ActionGroup::ActionGroup(Transaction* tx) { TakeOver(tx); }
+
+SharedRef<ActionEntry> ActionGroup::MakeEntryWithRoom(IAction* action, char const* id) {
+  void* room = nullptr;
+  void* memory = Paired::AllocatePair(sizeof(ActionEntry), sizeof(ActionGroup), &room);
+  ActionEntry* entry;
+  try {
+    entry = ::new (memory) ActionEntry(action, id);
+  } catch (...) {
+    Paired::Free(memory);
+    throw;
+  }
+  entry->m_group_room = room;
+  return SharedRef<ActionEntry>(entry, SharedRef<ActionEntry>::ADOPT);
+}
+
+SharedRef<ActionGroup> ActionGroup::MakeFrom(Transaction* tx) {
+  ActionEntry* oldest = tx->GetActions().Back();
+  if (void* room = oldest ? oldest->TakeGroupRoom() : nullptr) {
+    auto* group = ::new (room) ActionGroup(tx);  // takes over by swapping: nothing to throw
+    Paired::Adopt(room);
+    return SharedRef<ActionGroup>(group, SharedRef<ActionGroup>::ADOPT);
+  }
+  return MakeShared<ActionGroup>(tx);
+}
+
+void ActionGroup::TakeOver(Transaction* tx) {
   m_actions.Swap(tx->GetActions());
-  m_action_string.swap(tx->GetActionString());
+  m_action_string.swap(tx->GetActionText());
 }
 
 ActionGroup::~ActionGroup() noexcept(false) { SetOwner(nullptr); }

@@ -1,11 +1,10 @@
 #pragma once
 // ActionGroup: one step of undo history, the actions of one committed transaction.
 
-#include <string>
-
 #include "ostrum/undo/IActionEnumAgent.h"
 #include "ostrum/undo/IActionFilter.h"
 #include "ostrum/undo/private/ActionEntry.h"
+#include "ostrum/undo/private/ActionText.h"
 #include "ostrum/undo/private/RefList.h"
 #include "ostrum/undo/private/SharedObject.h"
 
@@ -23,17 +22,26 @@ class ActionGroup : public SharedObject,
   /// Takes over the actions and the action string of `tx`, leaving the transaction empty;
   /// nothing is copied.
   explicit ActionGroup(Transaction* tx);
+  static void* operator new(std::size_t size) { return Paired::AllocateAlone(size); }
+  static void operator delete(void* object) { Paired::Free(object); }
+  /// An entry for the first action of a primary transaction, made with room for the group that
+  /// the transaction's commit makes (MakeFrom), so that a step of one action costs one
+  /// allocation.
+  static SharedRef<ActionEntry> MakeEntryWithRoom(IAction* action, char const* id);
+  /// The group of a committed transaction (see the constructor), made in the room of its oldest
+  /// entry when that entry has one.
+  static SharedRef<ActionGroup> MakeFrom(Transaction* tx);
+
+  /// Takes over the actions and the text of `tx` into this empty, ownerless group, as the
+  /// constructor does: an undo makes the group it consumed into the group it produces.
+  void TakeOver(Transaction* tx);
   ~ActionGroup() noexcept(false) override;
 
   bool IsEmpty() const { return m_actions.IsEmpty(); }
   /// The text for the user, "" when none was given; valid until the string is set again.
   wchar_t const* GetActionString() const { return m_action_string.c_str(); }
-  /// Ignored for null.
-  void SetActionString(wchar_t const* action_string) {
-    if (action_string) m_action_string = action_string;
-  }
   /// The text itself, for moving it out without a copy.
-  std::wstring& GetActionStringStorage() { return m_action_string; }
+  ActionText& GetActionText() { return m_action_string; }
   /// Adds `entry` as the newest action.
   void AddAction(SharedRef<ActionEntry> entry) { m_actions.PushFront(std::move(entry)); }
   /// Takes out the newest action's entry; an empty reference for an empty group.
@@ -53,7 +61,7 @@ class ActionGroup : public SharedObject,
   void _Walk(IActionEnumAgent* agent, IActionFilter const* filter, bool extract);
 
   RefList<ActionEntry> m_actions;  // the newest at the front
-  std::wstring m_action_string;
+  ActionText m_action_string;
 };
 
 }  // namespace Ostrum::Undo::Private

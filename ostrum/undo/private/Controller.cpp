@@ -1,7 +1,9 @@
 #include "ostrum/undo/private/Controller.h"
 
 #include "ostrum/undo/Manager.h"
+#include "ostrum/undo/private/ActionGroup.h"
 #include "ostrum/undo/private/ControllerStates.h"
+#include "ostrum/undo/private/TransactionTable.h"
 
 namespace Ostrum::Undo::Private {
 
@@ -35,7 +37,7 @@ void Controller::_State::_PopSelf() {
 
 // ---- the controller ----
 
-Controller::Controller(Manager* manager) : m_manager(manager) {
+Controller::Controller(Manager* manager) : m_manager(manager), m_table(TransactionTable::Acquire()) {
   m_state_stack.reserve(4);
   PushState(MakeShared<_StateNeutral>());
 }
@@ -47,6 +49,13 @@ Controller::~Controller() {
     } catch (...) {
     }
   }
+  // Every transaction ended with its state, so the table holds no key any more.
+  TransactionTable::Release(m_table);
+}
+
+ActionText Controller::ShareText(wchar_t const* text) {
+  if (!m_last_text.Equals(text)) m_last_text = ActionText::Copy(text);
+  return m_last_text;
 }
 
 // Each call holds the top state: the state may be popped, and the controller itself destroyed,
@@ -59,14 +68,22 @@ void Controller::RegisterAction(IAction* action, char const* id) {
     action->Discard();
     return;
   }
-  SharedRef<ActionEntry> entry = MakeShared<ActionEntry>(action, id);
+  SharedRef<ActionEntry> entry;
+  if (m_spare_entry && m_spare_entry->HasRefCount(1)) {
+    entry = std::move(m_spare_entry);
+    entry->Refill(action, id);
+  } else if (Top()->_StartsGroup()) {
+    entry = ActionGroup::MakeEntryWithRoom(action, id);
+  } else {
+    entry = MakeShared<ActionEntry>(action, id);
+  }
   _HoldTop()->RegisterAction(std::move(entry));
 }
 
 Transaction* Controller::BeginTransaction(wchar_t const* action_string, char const* id) {
   if (m_registration_disabled != 0) return nullptr;
   Transaction* tx = _HoldTop()->BeginTransaction(id);
-  if (tx) tx->SetActionString(action_string);
+  if (tx && action_string) tx->SetActionText(ShareText(action_string));
   return tx;
 }
 

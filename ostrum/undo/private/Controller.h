@@ -10,6 +10,7 @@
 #include "ostrum/undo/IActionFilter.h"
 #include "ostrum/undo/Transaction.h"
 #include "ostrum/undo/private/ActionEntry.h"
+#include "ostrum/undo/private/ActionText.h"
 #include "ostrum/undo/private/SharedObject.h"
 
 namespace Ostrum::Undo {
@@ -19,6 +20,7 @@ class Manager;
 namespace Ostrum::Undo::Private {
 
 class Transaction;
+class TransactionTable;
 
 class Controller {
  public:
@@ -43,6 +45,10 @@ class Controller {
     virtual void EnumerateRedoActions(IActionEnumAgent* agent, IActionFilter const* filter);
     virtual void ExtractUndoActions(IActionEnumAgent* agent, IActionFilter const* filter);
     virtual void ExtractRedoActions(IActionEnumAgent* agent, IActionFilter const* filter);
+
+    /// Whether the next action registered will be the first of a primary transaction, whose
+    /// entry is then made with room for the step's group.
+    virtual bool _StartsGroup() const { return false; }
 
     /// Whether the state has a controller and is the top of its stack: a state that runs foreign
     /// code asks this after every call to know that it may go on.
@@ -100,6 +106,17 @@ class Controller {
   Manager* GetManager() const { return m_manager; }
   void SetManager(Manager* manager) { m_manager = manager; }
 
+  /// The table the handles of this controller's transactions are registered in; null if none
+  /// could be had (BeginTransaction then throws std::bad_alloc).
+  TransactionTable* GetTransactionTable() const { return m_table; }
+  /// `text` as a shared text: the one made last when it reads the same, a new one otherwise.
+  ActionText ShareText(wchar_t const* text);
+  /// An entry emptied by an undo or redo, for the next RegisterAction to fill instead of making
+  /// a new one. Kept only while nothing else holds it.
+  void OfferSpareEntry(SharedRef<ActionEntry> entry) {
+    if (entry->HasRefCount(1) && !entry->PeekAction()) m_spare_entry = std::move(entry);
+  }
+
  private:
   SharedRef<_State> _HoldTop() const { return m_state_stack.back(); }
 
@@ -107,6 +124,9 @@ class Controller {
   Manager* m_manager;
   std::int32_t m_registration_disabled = 0;
   bool m_auto_grouping = false;
+  TransactionTable* m_table;
+  ActionText m_last_text;                 // the text handed out last, shared when asked again
+  SharedRef<ActionEntry> m_spare_entry;   // empty; see OfferSpareEntry
 };
 
 }  // namespace Ostrum::Undo::Private

@@ -23,8 +23,16 @@ void _StateNeutral::Redo() { _PerformTop(false); }
 
 void _StateNeutral::_PerformTop(bool undo) {
   const SharedRef<ActionGroupStack>& source = undo ? m_undo_stack : m_redo_stack;
+  const SharedRef<ActionGroupStack>& target = undo ? m_redo_stack : m_undo_stack;
   if (source->IsEmpty()) return;
-  auto state = MakeShared<_StatePerformingUndoRedo>(source, undo ? m_redo_stack : m_undo_stack, undo);
+  SharedRef<_StatePerformingUndoRedo> state;
+  if (m_spare_performing && m_spare_performing->IsReusable()) {
+    state = m_spare_performing;
+    state->Prepare(source, target, undo);
+  } else {
+    state = MakeShared<_StatePerformingUndoRedo>(source, target, undo);
+    m_spare_performing = state;
+  }
   GetOwner()->PushState(state);
   state->_Start();
 }
@@ -40,7 +48,13 @@ wchar_t const* _StateNeutral::GetRedoActionString() const {
 }
 
 Transaction* _StateNeutral::BeginTransaction(char const* id) {
-  auto state = MakeShared<_StateBuildingActionGroup>(m_undo_stack, m_redo_stack);
+  SharedRef<_StateBuildingActionGroup> state;
+  if (m_spare_building && m_spare_building->IsReusable()) {
+    state = m_spare_building;
+  } else {
+    state = MakeShared<_StateBuildingActionGroup>(m_undo_stack, m_redo_stack);
+    m_spare_building = state;
+  }
   GetOwner()->PushState(state);
   try {
     return state->BeginTransaction(id);
@@ -106,6 +120,14 @@ void _StateHandlingTransaction::OnOwnerChanged(Controller*) {
   if (!GetOwner()) _DropTransactions();
 }
 
+TransactionTable* _StateHandlingTransaction::GetTransactionTable() const {
+  return GetOwner() ? GetOwner()->GetTransactionTable() : nullptr;
+}
+
+ActionText _StateHandlingTransaction::ShareText(wchar_t const* text) {
+  return GetOwner() ? GetOwner()->ShareText(text) : ActionText::Copy(text);
+}
+
 void _StateHandlingTransaction::RegisterAction(SharedRef<ActionEntry> entry) {
   if (Transaction* current = GetCurrent())
     current->AddAction(std::move(entry));
@@ -123,13 +145,13 @@ bool _StateHandlingTransaction::_OnRollback(Transaction* tx) {
   SharedRef<_State> hold(this, SharedRef<_State>::ADD_REF);
   Controller* controller = GetOwner();
   if (!controller) {
-    delete tx;
+    _Dispose(tx);
     return false;
   }
   controller->DisableRegistration();
   RefList<ActionEntry> actions;
   actions.Swap(tx->GetActions());
-  delete tx;
+  _Dispose(tx);
   try {
     while (!actions.IsEmpty()) {
       actions.PopFront()->PerformAction();
@@ -146,7 +168,7 @@ bool _StateHandlingTransaction::_OnRollback(Transaction* tx) {
 }
 
 void _StateHandlingTransaction::_OnTerminate(Transaction* tx) {
-  delete tx;
+  _Dispose(tx);
   if (GetOwner() && !GetCurrent()) _PopSelf();
 }
 
@@ -156,10 +178,10 @@ _StateBuildingActionGroup::~_StateBuildingActionGroup() noexcept(false) = defaul
 
 void _StateBuildingActionGroup::_OnCommitPrimary(Transaction* tx) {
   if (!tx->IsEmpty()) {
-    m_undo_stack_ref->Push(MakeShared<ActionGroup>(tx));
+    m_undo_stack_ref->Push(ActionGroup::MakeFrom(tx));
     m_redo_stack_ref->Clear();
   }
-  delete tx;
+  _Dispose(tx);
   _PopSelf();
 }
 
@@ -180,25 +202,31 @@ void _StatePerformingUndoRedo::_Start() {
     m_primary = _Begin(nullptr);
     // The group's text is not read while the run lasts (the state is not neutral), and the
     // group leaves the stack at its end, so the text is moved rather than copied.
-    m_primary->GetActionString().swap(group->GetActionStringStorage());
+    m_primary->GetActionText().swap(group->GetActionText());
     while (!group->IsEmpty()) {
       SharedRef<ActionEntry> entry = group->PopFrontEntry();
       Transaction* nested = _Begin(entry->GetId());
       const std::uint64_t serial = nested->GetSerial();
-      entry->PerformAction();
-      entry.Reset();
+      // The entry, emptied, is offered to the controller for what the action registers in turn,
+      // so that an action moving to the other stack costs no new entry.
+      IAction* action = entry->TakeAction();
+      controller->OfferSpareEntry(std::move(entry));
+      if (action) action->Perform();
       // The action may have ended its transaction itself, or the manager's history with it.
       if (Transaction* open = _FindOpen(nested, serial)) Commit(open);
       if (!IsCurrentState() || !m_primary) break;
     }
     if (IsCurrentState() && m_primary && GetPrimary() == m_primary) {
       m_finishing = true;
+      m_consumed = group.Get();
       Commit(m_primary);
+      m_consumed = nullptr;
       if (m_source->Top() == group.Get()) m_source->Pop();
       return;
     }
     throw std::logic_error("undo/redo performer became to unexpected state");
   } catch (...) {
+    m_consumed = nullptr;
     if (controller && GetOwner() == controller) controller->CleanupManager();
     throw;
   }
@@ -210,18 +238,30 @@ void _StatePerformingUndoRedo::_OnCommitPrimary(Transaction* tx) {
   if (!legal) {
     // Only the run itself ends its primary. An action that commits it leaves the run without
     // one; the run then fails and takes the history with it.
-    delete tx;
+    _Dispose(tx);
     return;
   }
-  if (!tx->IsEmpty()) m_target->Push(MakeShared<ActionGroup>(tx));
-  delete tx;
+  if (!tx->IsEmpty()) {
+    // The group just consumed, now empty, becomes the new one, unless anything but the source
+    // stack and the run still holds it. Taking it off the source stack first calls no foreign
+    // code: an empty group that loses its stack has nothing to release.
+    SharedRef<ActionGroup> group;
+    if (m_consumed && m_consumed->IsEmpty() && m_consumed->HasRefCount(2) && m_source->Top() == m_consumed) {
+      group = m_source->Pop();
+      group->TakeOver(tx);
+    } else {
+      group = ActionGroup::MakeFrom(tx);
+    }
+    m_target->Push(std::move(group));
+  }
+  _Dispose(tx);
   _PopSelf();
 }
 
 bool _StatePerformingUndoRedo::_OnRollback(Transaction* tx) {
   if (tx == m_primary) {
     m_primary = nullptr;
-    delete tx;
+    _Dispose(tx);
     throw std::logic_error("attempt to rollback primary transaction");
   }
   return _StateHandlingTransaction::_OnRollback(tx);
@@ -231,7 +271,7 @@ void _StatePerformingUndoRedo::_OnTerminate(Transaction* tx) {
   if (tx == m_primary) {
     // Not a legal call from inside an action: the run finds its primary gone and fails.
     m_primary = nullptr;
-    delete tx;
+    _Dispose(tx);
     return;
   }
   _StateHandlingTransaction::_OnTerminate(tx);

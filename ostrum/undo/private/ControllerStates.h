@@ -8,6 +8,9 @@
 
 namespace Ostrum::Undo::Private {
 
+class _StateBuildingActionGroup;
+class _StatePerformingUndoRedo;
+
 /// The bottom of every state stack and the owner of the two histories: it answers the
 /// questions about them and starts undo, redo, transactions and walks.
 class _StateNeutral : public Controller::_State {
@@ -37,6 +40,10 @@ class _StateNeutral : public Controller::_State {
 
   SharedRef<ActionGroupStack> m_undo_stack;
   SharedRef<ActionGroupStack> m_redo_stack;
+  // The state pushed last for a transaction and for an undo or redo. One that has been popped
+  // and that nothing else holds any more is pushed again instead of a new one.
+  SharedRef<_StateBuildingActionGroup> m_spare_building;
+  SharedRef<_StatePerformingUndoRedo> m_spare_performing;
 };
 
 /// An enumeration or extraction running over one history. Everything but the walk is refused:
@@ -64,6 +71,11 @@ class _StateHandlingTransaction : public Controller::_State, private Transaction
   Transaction* BeginTransaction(char const* id) override;
   Transaction* GetPrimaryTransaction() override { return GetPrimary(); }
   Transaction* GetCurrentTransaction() override { return GetCurrent(); }
+  TransactionTable* GetTransactionTable() const override;
+  ActionText ShareText(wchar_t const* text) override;
+  /// Whether the state may be pushed again: popped, no transaction open, and held by nobody
+  /// but its one keeper.
+  bool IsReusable() const { return !GetOwner() && !GetPrimary() && HasRefCount(1); }
 
  protected:
   _StateHandlingTransaction() = default;
@@ -79,6 +91,7 @@ class _StateHandlingTransaction : public Controller::_State, private Transaction
   void _OnTerminate(Transaction* tx) override;
 
   using TransactionHandler::_Begin;
+  using TransactionHandler::_Dispose;
   using TransactionHandler::_FindOpen;
   using TransactionHandler::Commit;
   using TransactionHandler::GetCurrent;
@@ -93,6 +106,9 @@ class _StateBuildingActionGroup : public _StateHandlingTransaction {
   ~_StateBuildingActionGroup() noexcept(false) override;
 
   bool IsBusy() const override { return true; }
+  bool _StartsGroup() const override {
+    return GetCurrent() && GetCurrent() == GetPrimary() && GetCurrent()->IsEmpty();
+  }
 
  protected:
   /// A primary with actions becomes a group on the undo stack and clears the redo stack; an
@@ -111,6 +127,14 @@ class _StatePerformingUndoRedo : public _StateHandlingTransaction {
   _StatePerformingUndoRedo(SharedRef<ActionGroupStack> source, SharedRef<ActionGroupStack> target, bool is_undo)
       : m_source(std::move(source)), m_target(std::move(target)), m_is_undo(is_undo) {}
   ~_StatePerformingUndoRedo() noexcept(false) override;
+  /// Sets a reusable state up for another run, as the constructor does.
+  void Prepare(const SharedRef<ActionGroupStack>& source, const SharedRef<ActionGroupStack>& target, bool is_undo) {
+    m_source = source;
+    m_target = target;
+    m_is_undo = is_undo;
+    m_primary = nullptr;
+    m_finishing = false;
+  }
 
   bool IsBusy() const override { return true; }
   bool IsUndoing() const override { return m_is_undo; }
@@ -134,6 +158,7 @@ class _StatePerformingUndoRedo : public _StateHandlingTransaction {
   Transaction* m_primary = nullptr;  // the open primary, null before and after the run
   bool m_is_undo;
   bool m_finishing = false;          // set while _Start itself commits the primary
+  ActionGroup* m_consumed = nullptr; // the group performed, while _Start commits the primary
 };
 
 }  // namespace Ostrum::Undo::Private

@@ -34,6 +34,8 @@ class RefList {
   bool IsEmpty() const { return m_head == nullptr; }
   /// The first item, null for an empty list; the list keeps its reference.
   T* Front() const { return m_head; }
+  /// The last item (for actions the oldest), null for an empty list.
+  T* Back() const { return m_tail; }
   /// The item after `item` in its list, null at the end.
   static T* Next(const T* item) { return Link(item)->m_list_next; }
 

@@ -21,6 +21,9 @@ class SharedObject {
   virtual ~SharedObject() noexcept(false) = default;
 
   void AddRef() { ++m_ref_count; }
+  /// Whether `count` references are all there are: an object that only its keeper holds may be
+  /// made over for another use instead of being freed and made again.
+  bool HasRefCount(std::int32_t count) const { return m_ref_count == count; }
   /// Drops one reference; at zero the object is deleted.
   void Release() {
     if (--m_ref_count == 0) {

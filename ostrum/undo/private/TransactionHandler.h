@@ -7,6 +7,7 @@
 
 #include "ostrum/undo/Transaction.h"
 #include "ostrum/undo/private/ActionEntry.h"
+#include "ostrum/undo/private/ActionText.h"
 #include "ostrum/undo/private/RefList.h"
 #include "ostrum/undo/private/TransactionTable.h"
 
@@ -27,10 +28,11 @@ class Transaction : public ReferredObject<Transaction, TransactionHandler, Undo:
   bool IsEmpty() const { return m_actions.IsEmpty(); }
   /// The actions, the newest at the front: the order in which they are undone.
   RefList<ActionEntry>& GetActions() { return m_actions; }
-  std::wstring& GetActionString() { return m_action_string; }
-  void SetActionString(wchar_t const* action_string) {
-    if (action_string) m_action_string = action_string;
-  }
+  /// The text for the user, "" until set.
+  wchar_t const* GetActionString() const { return m_action_string.c_str(); }
+  /// The text itself, for moving it out without a copy.
+  ActionText& GetActionText() { return m_action_string; }
+  void SetActionText(ActionText text) { m_action_string = std::move(text); }
   const std::string& GetId() const { return m_id; }
   /// Tells this transaction from a later one that the allocator put at the same address.
   std::uint64_t GetSerial() const { return m_serial; }
@@ -49,7 +51,7 @@ class Transaction : public ReferredObject<Transaction, TransactionHandler, Undo:
   Transaction* m_parent;            // the enclosing open transaction, null for the primary
   Transaction* m_child = nullptr;   // the open transaction directly inside, null if none
   RefList<ActionEntry> m_actions;   // the newest at the front
-  std::wstring m_action_string;
+  ActionText m_action_string;
   std::string m_id;
   std::uint64_t m_serial;           // unique among the transactions of its handler
 };
@@ -64,6 +66,12 @@ class TransactionHandler {
   virtual ~TransactionHandler() noexcept(false);
 
   Transaction* GetPrimary() const { return m_primary; }
+  /// The table that the handles of this handler's transactions are registered in; null when
+  /// there is none to be had.
+  virtual TransactionTable* GetTransactionTable() const = 0;
+  /// `text` as a shared text, the same one as for the previous transaction when it reads the
+  /// same. Null gives the empty text.
+  virtual ActionText ShareText(wchar_t const* text) { return ActionText::Copy(text); }
   Transaction* GetCurrent() const { return m_current; }
 
   /// Ends `tx`; a nested one hands its actions to its parent, the primary goes to
@@ -82,6 +90,9 @@ class TransactionHandler {
   Transaction* _Begin(char const* id);
   /// Ends the open transactions without calling back: their actions are dropped.
   void _DropTransactions();
+  /// Disposes of an ended (detached) transaction: its actions are released (to the deferred
+  /// discard), and the object is kept for the next _Begin or deleted. In place of `delete`.
+  void _Dispose(Transaction* tx);
   /// `tx` if it is still open here and is the transaction that carried `serial`; null otherwise.
   Transaction* _FindOpen(Transaction* tx, std::uint64_t serial) const;
 
@@ -97,6 +108,11 @@ class TransactionHandler {
   Transaction* m_primary = nullptr;
   Transaction* m_current = nullptr;
   std::uint64_t m_serial = 0;  // of the transaction opened last
+  // Ended transactions kept for the next _Begin: an undo opens two at a time (the run's primary
+  // and one per action).
+  static constexpr int kSpareTransactions = 2;
+  Transaction* m_spare = nullptr;  // linked through m_parent
+  int m_spare_count = 0;
 };
 
 }  // namespace Ostrum::Undo::Private

@@ -13,8 +13,10 @@
 
 #include <sys/types.h>
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -49,7 +51,8 @@ class UndoDirectory {
 
   /// Makes a new file of this process in the directory and opens it for writing in the same
   /// step: `prefix`, the tag in brackets, eight hexadecimal digits, ".tmp". False (nothing
-  /// made) if the lock cannot be held or the file cannot be made.
+  /// made) if the file cannot be made. The lock is not checked again: call it on what
+  /// ForSetting answered just before, which checked it.
   bool MakeFile(MFile& file, MFileName& name, const wchar_t* prefix);
   /// As MakeFile, in this process's own directory, named `prefix`, eight digits, ".tmp".
   bool MakeProcessFile(MFile& file, MFileName& name, const wchar_t* prefix);
@@ -79,11 +82,27 @@ class UndoDirectory {
   bool _Acquire();
   void _Release();
   void _Report(const std::wstring& what);
+  /// Makes `stem`, eight hexadecimal digits, ".tmp" exclusively, `native_stem` being the same
+  /// stem as the system takes it, and opens it for writing.
+  bool _MakeNamed(MFile& file, MFileName& name, const std::wstring& stem, const std::string& native_stem);
+
+  // The path and the native path up to the digits of this process's tagged files, by prefix;
+  // made once per prefix and tag, so that a new file's name costs no conversion.
+  struct Stem {
+    std::wstring prefix;
+    std::wstring wide;
+    std::string native;
+  };
+  std::mutex m_names_lock;     // over m_stems
+  std::vector<Stem> m_stems;
+  std::uint64_t m_name_seed;   // with m_name_count, the numbers new names try
+  std::atomic<std::uint64_t> m_name_count{0};
 
   std::wstring m_path;         // with '/'
   std::string m_native;        // m_path as the system takes it
   std::wstring m_tag;
   std::string m_native_tag;
+  std::string m_lock_path;     // of the lock held, checked before every new file
   std::string m_held_tag;      // the tag this process held here last, kept when the lock is lost
   int m_lock_fd = -1;
   std::uint64_t m_lock_device = 0;

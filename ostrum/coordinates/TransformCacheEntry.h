@@ -31,7 +31,8 @@ class OSTRUM_API TransformCacheEntry {
   /// Empties the slot and deletes its transform.
   void ClearEntry();
   /// Turns the entry round in place: the pair is swapped and the transform inverted, so a
-  /// reference to it now shows the inverse.
+  /// reference to it now shows the inverse. A matrix keeps its inverse, so after the first turn
+  /// this computes and moves nothing (MMTransformMatrix::Invert).
   void TakeReversed();
 
   MTransformRepositoryCoordinateSystem const* GetFrom() const { return m_from; }
@@ -42,7 +43,10 @@ class OSTRUM_API TransformCacheEntry {
  private:
   friend class MTransformRepository;
 
-  MTransformRepositoryCoordinateSystem const* m_from = nullptr;
+  // Aligned to 32 bytes, so that no entry straddles two cache lines: the pair is read and turned
+  // round as one 16-byte unit on the hot path, where an access split across lines would cost as
+  // much as the rest of a hit.
+  alignas(32) MTransformRepositoryCoordinateSystem const* m_from = nullptr;
   MTransformRepositoryCoordinateSystem const* m_to = nullptr;
   MMTransform* m_transform = nullptr;
 };

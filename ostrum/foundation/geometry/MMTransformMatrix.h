@@ -131,8 +131,10 @@ class OSTRUM_API MMTransformMatrix : public MMTransform {
   /// The sixteen elements row by row.
   void ConvertToDouble16(double* out) const;
 
-  /// The matrix itself. The reference follows the transform through Invert: it shows whatever
-  /// the matrix is at the time it is read.
+  /// The matrix itself. The reference names where the matrix is kept now; Invert keeps the
+  /// inverse elsewhere and only changes which of the two is the matrix, so read it again after
+  /// an Invert (the transform itself, GetElement and a reference to the transform follow at
+  /// once).
   Eigen::Matrix4d const& GetMatrix() const { return m_pair[m_forward]; }
   /// Replaces the matrix; the class is derived from the elements.
   void SetMatrix(Eigen::Matrix4d const& m);

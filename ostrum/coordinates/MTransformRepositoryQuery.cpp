@@ -1,6 +1,7 @@
 // The transform query of MTransformRepository: the cache of composed transforms and the path
 // search through the nearest common ancestor.
 
+#include <algorithm>
 #include <typeinfo>
 #include <utility>
 
@@ -195,10 +196,12 @@ std::int16_t MTransformRepository::_SlotOfEntry(int index) const {
 int MTransformRepository::_EntryAtSlot(int slot) const {
   if (slot == kCacheSize - 1) {
     // The least recently used: the oldest tick, among entries never used the last of them.
-    int oldest = 0;
-    for (int j = 1; j < kCacheSize; ++j)
-      if (m_used[j] <= m_used[oldest]) oldest = j;
-    return oldest;
+    // The minimum first (a reduction without branches), then where it is.
+    std::uint64_t oldest = m_used[0];
+    for (int j = 1; j < kCacheSize; ++j) oldest = std::min(oldest, m_used[j]);
+    int index = kCacheSize - 1;
+    while (m_used[index] != oldest) --index;
+    return index;
   }
   // Other slots are asked for while the cache fills and by the slot-numbered interface.
   for (int i = 0; i < kCacheSize; ++i)

@@ -185,6 +185,47 @@ void ApplyMatrix(Mat4 const& m, bool affine, double* out, double const* in, bool
   for (int r = 0; r < 3; ++r) out[r] /= w;
 }
 
+// The inverse of any matrix into `out`; false when it is singular (|det| below kSingularRatio
+// of the product of its row lengths, a measure that does not depend on the units) or the
+// inverse overflows. Kept out of the member functions so that the commonest case of
+// _EnsureInverse, a general matrix, reaches it without a call through the library's
+// interposable symbols.
+OSTRUM_KERNEL bool InvertGeneral(Mat4 const& m, Mat4& out) {
+  if (m(3, 0) == 0.0 && m(3, 1) == 0.0 && m(3, 2) == 0.0 && m(3, 3) == 1.0) {
+    // Affine: the 3x3 part is inverted by its cofactors and the translation follows, a third
+    // of the work of a 4x4 inverse. The determinant is the 3x3 part's, as for the whole matrix,
+    // and the last row's length is 1, so the bound below is that of the whole matrix too.
+    double const bound = m.row(0).squaredNorm() * m.row(1).squaredNorm() * m.row(2).squaredNorm();
+    double const c00 = m(1, 1) * m(2, 2) - m(1, 2) * m(2, 1);
+    double const c01 = m(1, 2) * m(2, 0) - m(1, 0) * m(2, 2);
+    double const c02 = m(1, 0) * m(2, 1) - m(1, 1) * m(2, 0);
+    double const det = m(0, 0) * c00 + m(0, 1) * c01 + m(0, 2) * c02;
+    if (!(det * det > kSingularRatio * kSingularRatio * bound)) return false;
+    double const r = 1.0 / det;
+    double const l[3][3] = {
+        {c00 * r, (m(0, 2) * m(2, 1) - m(0, 1) * m(2, 2)) * r, (m(0, 1) * m(1, 2) - m(0, 2) * m(1, 1)) * r},
+        {c01 * r, (m(0, 0) * m(2, 2) - m(0, 2) * m(2, 0)) * r, (m(0, 2) * m(1, 0) - m(0, 0) * m(1, 2)) * r},
+        {c02 * r, (m(0, 1) * m(2, 0) - m(0, 0) * m(2, 1)) * r, (m(0, 0) * m(1, 1) - m(0, 1) * m(1, 0)) * r},
+    };
+    double t[3];
+    for (int i = 0; i < 3; ++i) t[i] = -(l[i][0] * m(0, 3) + l[i][1] * m(1, 3) + l[i][2] * m(2, 3));
+    // Overflow shows as an element that is not finite; x * 0 is 0 for every finite x and NaN
+    // otherwise, so one sum tells for all twelve without a branch per element.
+    double finite = 0.0;
+    for (int i = 0; i < 3; ++i) finite += (l[i][0] + l[i][1] + l[i][2] + t[i]) * 0.0;
+    if (finite != 0.0) return false;
+    for (int c = 0; c < 3; ++c) out.col(c) << l[0][c], l[1][c], l[2][c], 0.0;
+    out.col(3) << t[0], t[1], t[2], 1.0;
+    return true;
+  }
+  // |det| against the product of the row lengths, compared squared to spare the roots.
+  double const bound = m.rowwise().squaredNorm().prod();
+  double const det = m.determinant();
+  if (!(det * det > kSingularRatio * kSingularRatio * bound)) return false;
+  out = m.inverse();
+  return out.allFinite();
+}
+
 }  // namespace
 
 MMTransformMatrix::MMTransformMatrix() : m_pair{Mat4::Identity(), Mat4::Identity()} {}
@@ -481,8 +522,12 @@ bool MMTransformMatrix::_ComputeInverseAs(EMatrixClass c) const {
 }
 
 bool MMTransformMatrix::_EnsureInverse() const {
-  if (m_inverse_state == EInverse::ePending) _ComputeInverseAs(m_class);
-  return m_inverse_state == EInverse::eCurrent;
+  if (m_inverse_state != EInverse::ePending) return m_inverse_state == EInverse::eCurrent;
+  if (m_class != eGeneral) return _ComputeInverseAs(m_class);
+  // The general method, without the calls between the exported members.
+  if (!InvertGeneral(_Matrix(), _Inverse())) return _MarkSingular();
+  _MarkCurrent();
+  return true;
 }
 
 void MMTransformMatrix::_MarkCurrent() const {
@@ -558,44 +603,7 @@ bool MMTransformMatrix::_ComputeInverseOrthoGonal() const {
 }
 
 bool MMTransformMatrix::_ComputeInverseGeneral() const {
-  Mat4 const& m = _Matrix();
-  if (m(3, 0) == 0.0 && m(3, 1) == 0.0 && m(3, 2) == 0.0 && m(3, 3) == 1.0) {
-    // Affine: the 3x3 part is inverted by its cofactors and the translation follows, a third
-    // of the work of a 4x4 inverse. The determinant is the 3x3 part's, as for the whole matrix,
-    // and the last row's length is 1, so the bound below is that of the whole matrix too.
-    double const bound = m.row(0).squaredNorm() * m.row(1).squaredNorm() * m.row(2).squaredNorm();
-    double const c00 = m(1, 1) * m(2, 2) - m(1, 2) * m(2, 1);
-    double const c01 = m(1, 2) * m(2, 0) - m(1, 0) * m(2, 2);
-    double const c02 = m(1, 0) * m(2, 1) - m(1, 1) * m(2, 0);
-    double const det = m(0, 0) * c00 + m(0, 1) * c01 + m(0, 2) * c02;
-    if (!(det * det > kSingularRatio * kSingularRatio * bound)) return _MarkSingular();
-    double const r = 1.0 / det;
-    double const l[3][3] = {
-        {c00 * r, (m(0, 2) * m(2, 1) - m(0, 1) * m(2, 2)) * r, (m(0, 1) * m(1, 2) - m(0, 2) * m(1, 1)) * r},
-        {c01 * r, (m(0, 0) * m(2, 2) - m(0, 2) * m(2, 0)) * r, (m(0, 2) * m(1, 0) - m(0, 0) * m(1, 2)) * r},
-        {c02 * r, (m(0, 1) * m(2, 0) - m(0, 0) * m(2, 1)) * r, (m(0, 0) * m(1, 1) - m(0, 1) * m(1, 0)) * r},
-    };
-    double t[3];
-    for (int i = 0; i < 3; ++i) t[i] = -(l[i][0] * m(0, 3) + l[i][1] * m(1, 3) + l[i][2] * m(2, 3));
-    // Overflow shows as an element that is not finite; x * 0 is 0 for every finite x and NaN
-    // otherwise, so one sum tells for all twelve without a branch per element.
-    double finite = 0.0;
-    for (int i = 0; i < 3; ++i) finite += (l[i][0] + l[i][1] + l[i][2] + t[i]) * 0.0;
-    if (finite != 0.0) return _MarkSingular();
-    Mat4& out = _Inverse();
-    for (int c = 0; c < 3; ++c) {
-      out.col(c) << l[0][c], l[1][c], l[2][c], 0.0;
-    }
-    out.col(3) << t[0], t[1], t[2], 1.0;
-    _MarkCurrent();
-    return true;
-  }
-  // |det| against the product of the row lengths, compared squared to spare the roots.
-  double const bound = m.rowwise().squaredNorm().prod();
-  double const det = m.determinant();
-  if (!(det * det > kSingularRatio * kSingularRatio * bound)) return _MarkSingular();
-  _Inverse() = m.inverse();
-  if (!_Inverse().allFinite()) return _MarkSingular();
+  if (!InvertGeneral(_Matrix(), _Inverse())) return _MarkSingular();
   _MarkCurrent();
   return true;
 }

@@ -67,8 +67,9 @@ MMTransform const& MTransformRepository::GetTransform(MCoordinateSystem const& f
   if (reversed >= 0) {
     ++m_statistics.reversed_hits;
     TransformCacheEntry& entry = m_cache[reversed];
-    std::swap(entry.m_from, entry.m_to);  // as TakeReversed, without the call
-    entry.m_transform->Invert();
+    std::swap(entry.m_from, entry.m_to);  // as TakeReversed, without the calls
+    MMTransformMatrix* const plain = entry.GetPlainMatrix();
+    if (!plain || !plain->InvertKept()) entry.m_transform->Invert();
     _Touch(reversed);
     return *entry.m_transform;
   }

@@ -8,6 +8,7 @@
 
 class MCoordinateSystem;
 class MMTransform;
+class MMTransformMatrix;
 class MTransformRepositoryCoordinateSystem;
 
 class OSTRUM_API TransformCacheEntry {
@@ -39,6 +40,9 @@ class OSTRUM_API TransformCacheEntry {
   MTransformRepositoryCoordinateSystem const* GetTo() const { return m_to; }
   /// The transform, owned by the slot; null in an empty slot.
   MMTransform* GetTransform() const { return m_transform; }
+  /// The transform when it is a plain MMTransformMatrix (no derived kind), else null: the query
+  /// turns such a one round without a virtual call.
+  MMTransformMatrix* GetPlainMatrix() const { return m_plain; }
 
  private:
   friend class MTransformRepository;
@@ -49,4 +53,5 @@ class OSTRUM_API TransformCacheEntry {
   alignas(32) MTransformRepositoryCoordinateSystem const* m_from = nullptr;
   MTransformRepositoryCoordinateSystem const* m_to = nullptr;
   MMTransform* m_transform = nullptr;
+  MMTransformMatrix* m_plain = nullptr;  // m_transform when it is exactly a MMTransformMatrix
 };

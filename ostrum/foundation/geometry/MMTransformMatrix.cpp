@@ -443,11 +443,7 @@ MMTransformMatrix operator*(MMTransformMatrix const& a, MMTransformMatrix const&
 
 bool MMTransformMatrix::Invert() {
   if (m_inverse_state != EInverse::eCurrent && !_EnsureInverse()) return false;
-  // Matrix and inverse change roles, and so do their classes; no element moves.
-  m_forward ^= 1;
-  EMatrixClass const c = m_class;
-  m_class = m_inverse_class;
-  m_inverse_class = c;
+  _Turn();
   return true;
 }
 

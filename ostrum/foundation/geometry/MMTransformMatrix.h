@@ -62,6 +62,14 @@ class OSTRUM_API MMTransformMatrix : public MMTransform {
   /// With the inverse kept (after a first Invert, GetInverse or HasInverse) nothing is computed:
   /// matrix and inverse change roles, and so do their classes.
   bool Invert() override;
+  /// Invert for a matrix whose inverse is kept: turns it round and answers true without a call;
+  /// otherwise does nothing and answers false (then Invert computes the inverse). For callers
+  /// that turn the same transforms round again and again, such as the transform cache.
+  bool InvertKept() {
+    if (m_inverse_state != EInverse::eCurrent) return false;
+    _Turn();
+    return true;
+  }
   bool IsIdentity() const override;
   void ConvertDouble16(double* out) const override;
   MMTransformMatrix const* AsMatrix() const override { return this; }
@@ -170,6 +178,14 @@ class OSTRUM_API MMTransformMatrix : public MMTransform {
   // Takes over `m` into an identity: the matrix and class, and the inverse only when `m` has
   // it already (or knows it has none), so that nothing is copied that is not known.
   OSTRUM_LOCAL void _TakeOver(MMTransformMatrix const& m);
+
+  // Matrix and kept inverse change roles, and so do their classes; no element moves.
+  void _Turn() {
+    m_forward ^= 1;
+    EMatrixClass const c = m_class;
+    m_class = m_inverse_class;
+    m_inverse_class = c;
+  }
 
   Eigen::Matrix4d& _Matrix() { return m_pair[m_forward]; }
   Eigen::Matrix4d const& _Matrix() const { return m_pair[m_forward]; }

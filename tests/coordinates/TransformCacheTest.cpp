@@ -102,6 +102,27 @@ TEST_F(TransformCache, AHeldReferenceFollowsEveryTurnAndNoKeptInverseOutlivesIts
   EXPECT_EQ(X(rep.GetTransform(W, skew), 0), -3.0);
 }
 
+// A matrix of a kind of its own, as a host might derive one.
+class TaggedMatrix : public MMTransformMatrix {
+ public:
+  explicit TaggedMatrix(MMTransformMatrix const& m) : MMTransformMatrix(m) {}
+  TaggedMatrix* Clone() const override { return new TaggedMatrix(*this); }
+};
+
+// A lone way down through a matrix of another kind keeps that kind in its entry, which is then
+// turned round by its own Invert rather than as a plain matrix.
+TEST_F(TransformCache, AnEntryOfAnotherKindTurnsRoundByItsOwnInvert) {
+  MCoordinateSystem tagged = rep.CreateNewSystem(TaggedMatrix(Translation(5)), W);
+  MMTransform const& held = rep.GetTransform(W, tagged);
+  EXPECT_NE(dynamic_cast<TaggedMatrix const*>(&held), nullptr) << "the way down keeps its kind";
+  EXPECT_EQ(X(held, 0), -5.0);
+  EXPECT_EQ(&rep.GetTransform(tagged, W), &held);
+  EXPECT_EQ(X(held, 0), 5.0);
+  EXPECT_EQ(&rep.GetTransform(W, tagged), &held);
+  EXPECT_EQ(X(held, 0), -5.0);
+  EXPECT_EQ(rep.GetCacheStatistics().reversed_hits, 2u);
+}
+
 // The query never holds a pair both ways; a pair cached both ways by hand still answers the
 // direction asked for from its own entry, and neither entry is turned.
 TEST_F(TransformCache, APairCachedBothWaysAnswersEachDirectionFromItsOwnEntry) {

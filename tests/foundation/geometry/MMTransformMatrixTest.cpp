@@ -51,6 +51,15 @@ TEST(MMTransformMatrix, EachClassInverseMatchesGeneralInverse) {
       ASSERT_TRUE(inverted.Invert());
       EXPECT_TRUE(Near(inverted.GetMatrix(), m.GetMatrix()));
       EXPECT_EQ(inverted.GetClass(), m.GetClass()) << "a turn and back gives the class back";
+
+      // InvertKept turns only a matrix whose inverse is kept, and leaves any other alone.
+      MMTransformMatrix fresh;
+      fresh.SetMatrix(m.GetMatrix());
+      EXPECT_FALSE(fresh.InvertKept());
+      EXPECT_EQ(fresh.GetMatrix(), m.GetMatrix());
+      ASSERT_TRUE(fresh.HasInverse());
+      EXPECT_TRUE(fresh.InvertKept());
+      EXPECT_TRUE(Near(fresh.GetMatrix(), expected));
     }
   }
 }
@@ -177,6 +186,7 @@ TEST(MMTransformMatrix, SingularInvertAnswersFalseAndKeepsTheMatrix) {
     MMTransformMatrix::EMatrixClass const cls = m.GetClass();
     EXPECT_FALSE(m.HasInverse()) << before;
     EXPECT_FALSE(m.Invert()) << before;
+    EXPECT_FALSE(m.InvertKept()) << before;
     EXPECT_EQ(m.GetMatrix(), before);
     EXPECT_EQ(m.GetClass(), cls);
     MMPoint3d<double> back;

@@ -1,8 +1,8 @@
 #pragma once
 // TransformCacheEntry: one slot of the repository's cache of composed transforms. It holds the
-// pair of nodes it was asked for and the transform between them, which it owns. Slots never
-// copy their transform: the repository moves the three fields between slots, so a transform
-// handed out by reference stays at its address while its entry moves.
+// pair of nodes it was asked for and the transform between them, which it owns. Entries never
+// copy or move their transform: the repository keeps the entries in place and orders them by
+// last use, so a transform handed out by reference stays at its address while its slot changes.
 
 #include "ostrum/Export.h"
 

@@ -2,7 +2,9 @@
 // done directly on Eigen matrices, and handle copies against a plain walk up a chain.
 //
 // Hits: the same pair again (found in slot 0), ten pairs in turn (each found in slot 9 and
-// moved to the top), and a pair asked for in alternating directions (turned round in place).
+// moved to the top), a pair asked for in alternating directions (turned round in place, found
+// in slot 0), and ten pairs in turn asked the other way round on each pass (each turned round
+// from slot 9).
 // Their floor is one 4x4 product. Misses: 24 branches of general affine matrices hang below
 // the world, each `depth` systems deep, and the query runs from the leaf of one branch to the
 // leaf of the next; 24 pairs in turn never fit the 20 slots, so every query composes. Its floor
@@ -100,6 +102,22 @@ void BM_ReversedHit(benchmark::State& state) {
   }
 }
 
+void BM_ReversedHitTenPairs(benchmark::State& state) {
+  Data& d = TheData();
+  int i = 0;
+  bool forward = true;
+  for (auto _ : state) {
+    MMTransform const& t = forward ? d.repository.GetTransform(d.ten[i], d.b) : d.repository.GetTransform(d.b, d.ten[i]);
+    benchmark::DoNotOptimize(&t);
+    if (i == 9) {
+      i = 0;
+      forward = !forward;
+    } else {
+      ++i;
+    }
+  }
+}
+
 void BM_EigenProduct(benchmark::State& state) {
   std::mt19937 rng(3);
   Eigen::Matrix4d x = RandomAffine(rng), y = RandomAffine(rng);
@@ -174,6 +192,7 @@ void BM_RawWalkDepth19(benchmark::State& state) {
 BENCHMARK(BM_HitSamePair);
 BENCHMARK(BM_HitTenPairs);
 BENCHMARK(BM_ReversedHit);
+BENCHMARK(BM_ReversedHitTenPairs);
 BENCHMARK(BM_EigenProduct);
 BENCHMARK(BM_Miss)->Arg(1)->Arg(8)->Arg(10)->Arg(19);
 BENCHMARK(BM_MissEigen)->Arg(1)->Arg(8)->Arg(10)->Arg(19);
@@ -189,6 +208,7 @@ int main(int argc, char** argv) {
           {"hit, same pair / one 4x4 product", "BM_HitSamePair", "BM_EigenProduct"},
           {"hit, ten pairs in turn / one 4x4 product", "BM_HitTenPairs", "BM_EigenProduct"},
           {"reversed hit / one 4x4 product", "BM_ReversedHit", "BM_EigenProduct"},
+          {"reversed hit, ten pairs / one 4x4 product", "BM_ReversedHitTenPairs", "BM_EigenProduct"},
           {"miss, depth 1 / Eigen", "BM_Miss/1", "BM_MissEigen/1"},
           {"miss, depth 8 / Eigen", "BM_Miss/8", "BM_MissEigen/8"},
           {"miss, depth 10 / Eigen", "BM_Miss/10", "BM_MissEigen/10"},

@@ -29,6 +29,8 @@ MTransformRepository::MTransformRepository() {
 }
 
 MTransformRepository::~MTransformRepository() {
+  // What remains of an application repository is this class alone now.
+  m_application = false;
   // 1. What nobody holds goes first, so that listeners see only the systems in use.
   DeleteUnreferencedSystems();
   // 2. Listeners drop their handles; the root is still there. They are called over a copy, so

@@ -55,6 +55,10 @@ class OSTRUM_API MTransformRepository : public ISAXPersist, public ICoordinateSy
 
   /// The process-wide repository, null if there is none.
   static MTransformRepository* GetInstance() { return mgp_instance; }
+  /// True for the application's repository (MTransformRepositoryEx) from the start of its
+  /// constructor's body to the start of this class's destructor: what a run-time cast to it
+  /// would answer, for the price of a load.
+  bool _IsApplicationRepository() const { return m_application; }
 
   /// The handle on the root.
   MCoordinateSystem const& GetAbsoluteWorld() const { return m_absolute_world; }
@@ -177,6 +181,9 @@ class OSTRUM_API MTransformRepository : public ISAXPersist, public ICoordinateSy
  protected:
   using Path = std::vector<MTransformRepositoryCoordinateSystem const*>;
 
+  /// Marks this repository as the application's one (see _IsApplicationRepository); called
+  /// first in that class's constructor.
+  void _MarkApplicationRepository() { m_application = true; }
   /// Sets the label of the root.
   void _SetAbsoluteWorldUnit(wchar_t const* unit);
 
@@ -220,7 +227,7 @@ class OSTRUM_API MTransformRepository : public ISAXPersist, public ICoordinateSy
   /// Empties every slot; "cache next" stays.
   void _CacheInvalidate();
   /// The slot itself, and "cache next".
-  TransformCacheEntry const& _GetCacheSlot(std::int16_t slot) const { return m_cache[m_order[slot]]; }
+  TransformCacheEntry const& _GetCacheSlot(std::int16_t slot) const;
   std::uint16_t _GetCacheNext() const { return m_cache_next; }
 
   /// `path` = the nodes from `system` up to the root, the root included (just the root for an
@@ -256,25 +263,27 @@ class OSTRUM_API MTransformRepository : public ISAXPersist, public ICoordinateSy
   // them directly and can inline them.
   // The slot of a cached pair, or kCacheSize.
   OSTRUM_LOCAL std::int16_t _FindInCache(Node const* from, Node const* to) const;
-  // The entry of a slot.
-  TransformCacheEntry& _Slot(std::int16_t slot) const { return m_cache[m_order[slot]]; }
-  // The slot that holds entry `index`.
+  // The entry at `slot`, and the slot of entry `index` (see m_used).
+  OSTRUM_LOCAL int _EntryAtSlot(int slot) const;
   OSTRUM_LOCAL std::int16_t _SlotOfEntry(int index) const;
   // The entry holding the pair (from, to), or -1.
   OSTRUM_LOCAL int _FindEntry(Node const* from, Node const* to) const;
   // Enters entry `index`, which holds a transform, into the index of pairs, or takes it out.
   OSTRUM_LOCAL void _IndexInsert(int index) const;
   OSTRUM_LOCAL void _IndexErase(int index) const;
-  // Moves the slot of entry `index` to the top.
-  OSTRUM_LOCAL void _RaiseEntry(int index) const;
-  OSTRUM_LOCAL void _MoveToTop(std::int16_t slot) const;
-  // Stores `t` for a pair not cached in the slot "cache next" names and advances it; answers
-  // the slot.
-  OSTRUM_LOCAL std::int16_t _StoreAtNext(Node const* from, Node const* to, MMTransform* t) const;
-  // Composes the transform of a pair that is not cached and stores it; answers its slot.
-  OSTRUM_LOCAL std::int16_t _ComputeIntoCache(Node const* from, Node const* to) const;
+  // Brings entry `index` to slot 0: the same few stores whatever its slot was.
+  void _Touch(int index) const {
+    m_used[index] = ++m_clock;
+    m_top = static_cast<std::int8_t>(index);
+  }
+  // Stores `t` for a pair not cached in entry `index`, which stands at the slot "cache next"
+  // names, and advances "cache next"; the entry keeps its slot.
+  OSTRUM_LOCAL void _StoreAtNext(int index, Node const* from, Node const* to, MMTransform* t) const;
+  // Composes the transform of a pair that is not cached and stores it at "cache next"; answers
+  // its entry.
+  OSTRUM_LOCAL int _ComputeIntoCache(Node const* from, Node const* to) const;
   // The same by copies of the node transforms, for a path that must keep a transform's kind.
-  OSTRUM_LOCAL std::int16_t _ComputeIntoCacheByCopies(Node const* from, Node const* to) const;
+  OSTRUM_LOCAL int _ComputeIntoCacheByCopies(int index, Node const* from, Node const* to) const;
   // Fills m_concat_list with the path's transforms, the far end first, as Concat takes them.
   OSTRUM_LOCAL void _FillConcatList(Path const& path) const;
   OSTRUM_LOCAL bool _PathToWorld(Path& path, Node const* node) const;
@@ -284,12 +293,19 @@ class OSTRUM_API MTransformRepository : public ISAXPersist, public ICoordinateSy
 
   std::vector<Node*> m_systems;
   MCoordinateSystem m_absolute_world;
-  // The entries stay where they are; m_order names the entry of each slot, slot 0 first, so
-  // that moving a slot to the top moves one byte per slot above it, and a pair is found by one
-  // pass over the entries whatever its slot.
+  // The entries stay where they are, so a transform handed out keeps its address. The slots
+  // are their order by last use: m_used[i] is the tick of the query that last brought entry i
+  // to the top (0: never), the most recent first, entries never used last in their own order.
+  // A hit thus stores one tick whatever its slot, and only the slow paths (a miss, and the
+  // slot-numbered interface) work the order out. m_top is the entry at slot 0.
   mutable TransformCacheEntry m_cache[kCacheSize];
-  static_assert(kCacheSize == 20, "m_order lists every entry once");
-  mutable std::uint8_t m_order[kCacheSize] = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 17, 18, 19};
+  mutable std::uint64_t m_used[kCacheSize] = {};
+  mutable std::uint64_t m_clock = 0;
+  mutable std::int8_t m_top = 0;
+  // True when some pair may be cached in both directions, which only _AddTransformToCache can
+  // bring about; until the next invalidation the query then prefers the direction asked for
+  // over a reverse it met first.
+  mutable bool m_both_directions = false;
   // The entries that hold a transform, by their pair taken without direction: open addressing
   // over 64 buckets, each the number of an entry or -1. One probe sequence finds a pair, or
   // its reverse, whatever its slot.
@@ -303,6 +319,8 @@ class OSTRUM_API MTransformRepository : public ISAXPersist, public ICoordinateSy
   };
   mutable PairIndex m_pair_index;
   mutable std::uint16_t m_cache_next = 0;
+  // Set by the application's repository, see _IsApplicationRepository.
+  bool m_application = false;
   mutable CacheStatistics m_statistics;
   // Working lists of the query, kept so that a miss allocates nothing but its result.
   mutable Path m_from_path, m_to_path, m_walk_from, m_walk_to;

@@ -5,6 +5,9 @@
 #include "ostrum/foundation/geometry/MMTransformMatrix.h"
 
 MTransformRepositoryEx::MTransformRepositoryEx() {
+  // From here on, while this object is what it is, GetInstance answers it (the base
+  // destructor takes the mark back as the object stops being an application repository).
+  _MarkApplicationRepository();
   _SetAbsoluteWorldUnit(L"stl units");
   MMTransformMatrix scale;
   scale.MakeScale1D(MUnit::GetIE());
@@ -19,6 +22,13 @@ MTransformRepositoryEx::~MTransformRepositoryEx() {
   m_system_mm.SetUndefined();
 }
 
+MTransformRepositoryEx* MTransformRepositoryEx::GetInstance() {
+  // The mark answers what a run-time cast would, without its search of the class hierarchy.
+  MTransformRepository* const instance = MTransformRepository::GetInstance();
+  return instance && instance->_IsApplicationRepository() ? static_cast<MTransformRepositoryEx*>(instance)
+                                                          : nullptr;
+}
+
 MTransformRepositoryEx* MTransformRepositoryEx::CreateInstance() {
   auto* instance = new MTransformRepositoryEx();
   instance->_NotifyWokeUp();
@@ -29,10 +39,6 @@ void MTransformRepositoryEx::DeleteInstance() {
   // Only an application repository: a plain one belongs to whoever made it. The destructor
   // clears the instance.
   delete GetInstance();
-}
-
-MTransformRepositoryEx* MTransformRepositoryEx::GetInstance() {
-  return dynamic_cast<MTransformRepositoryEx*>(MTransformRepository::GetInstance());
 }
 
 bool MTransformRepositoryEx::IsCoordinateSystemDefault(MCoordinateSystem const& system) const {

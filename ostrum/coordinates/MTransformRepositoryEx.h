@@ -27,7 +27,8 @@ class OSTRUM_API MTransformRepositoryEx : public MTransformRepository {
   static MTransformRepositoryEx* CreateInstance();
   /// Deletes the process-wide instance if there is one; afterwards there is none.
   static void DeleteInstance();
-  /// The process-wide repository when it is an application repository, otherwise null.
+  /// The process-wide repository when it is an application repository, otherwise null. Cheap:
+  /// cameras and objects ask for it on every use.
   static MTransformRepositoryEx* GetInstance();
 
   /// Destroys the unit systems' handles, then the tree as MTransformRepository does.

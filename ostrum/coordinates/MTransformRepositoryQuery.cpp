@@ -1,6 +1,7 @@
 // The transform query of MTransformRepository: the cache of composed transforms and the path
 // search through the nearest common ancestor.
 
+#include <algorithm>
 #include <typeinfo>
 #include <utility>
 
@@ -18,6 +19,16 @@ bool IsIdentity(Node const* node) {
   return !t || t->IsIdentity();
 }
 
+// The first bucket of a pair, the same for both directions: turning an entry round leaves it
+// where it is, and the pair asked for and its reverse lie on one probe sequence.
+int BucketOf(Node const* from, Node const* to) {
+  auto a = reinterpret_cast<std::uintptr_t>(from) >> 4, b = reinterpret_cast<std::uintptr_t>(to) >> 4;
+  if (a > b) std::swap(a, b);
+  return static_cast<int>((a * 0x9E3779B97F4A7C15ull ^ b * 0xC2B2AE3D27D4EB4Full) >> 58);
+}
+
+constexpr int kMask = 63;
+
 }  // namespace
 
 // --- the query ---
@@ -26,30 +37,46 @@ MMTransform const& MTransformRepository::GetTransform(MCoordinateSystem const& f
                                                       MCoordinateSystem const& to) const {
   Node const* const f = from.GetInternalSystem();
   Node const* const t = to.GetInternalSystem();
-  // The pair asked for last, again: nothing to search, nothing to move.
-  TransformCacheEntry const& top = _Slot(0);
-  if (top.m_from == f && top.m_to == t && top.m_transform) {
+  // 1. The pair asked for last, again: nothing to search, nothing to move. Or its reverse,
+  //    when the pair cannot be cached as asked besides.
+  int reversed = -1;
+  TransformCacheEntry const& top = m_cache[m_top];
+  if (top.m_to == t && top.m_from == f && top.m_transform) {
     ++m_statistics.hits;
     return *top.m_transform;
   }
-  int entry = _FindEntry(f, t);
-  if (entry >= 0) {
-    ++m_statistics.hits;
-    _RaiseEntry(entry);
-    return *m_cache[entry].m_transform;
+  if (top.m_to == f && top.m_from == t && top.m_transform && !m_both_directions) reversed = m_top;
+  // 2. One probe sequence serves both directions. A pair cached as asked wins over its
+  //    reverse, so while both may be cached the run is walked to its end before an entry is
+  //    turned round.
+  for (int b = BucketOf(f, t); reversed < 0 || m_both_directions; b = (b + 1) & kMask) {
+    int const index = m_pair_index.buckets[b];
+    if (index < 0) break;
+    TransformCacheEntry const& entry = m_cache[index];
+    if (entry.m_from == f && entry.m_to == t) {
+      ++m_statistics.hits;
+      _Touch(index);
+      return *entry.m_transform;
+    }
+    if (entry.m_from == t && entry.m_to == f) reversed = index;
   }
-  // The opposite direction is turned round in place rather than given a second slot.
-  entry = _FindEntry(t, f);
-  if (entry >= 0) {
+  // 3. The opposite direction is turned round in place rather than given a second slot. The
+  //    matrix keeps its inverse, so this changes which of the two it shows and moves nothing;
+  //    a reference to the old direction shows the inverse from now on. Its bucket serves both
+  //    directions: the index stays.
+  if (reversed >= 0) {
     ++m_statistics.reversed_hits;
-    m_cache[entry].TakeReversed();  // its bucket serves both directions: the index stays
-    _RaiseEntry(entry);
-    return *m_cache[entry].m_transform;
+    TransformCacheEntry& entry = m_cache[reversed];
+    std::swap(entry.m_from, entry.m_to);  // as TakeReversed, without the calls
+    MMTransformMatrix* const plain = entry.GetPlainMatrix();
+    if (!plain || !plain->InvertKept()) entry.m_transform->Invert();
+    _Touch(reversed);
+    return *entry.m_transform;
   }
   ++m_statistics.misses;
-  std::int16_t const slot = _ComputeIntoCache(f, t);
-  if (slot > 0) _MoveToTop(slot);
-  return *_Slot(0).m_transform;
+  int const index = _ComputeIntoCache(f, t);
+  _Touch(index);
+  return *m_cache[index].m_transform;
 }
 
 MMTransformMatrix const& MTransformRepository::GetTransformMatrix(MCoordinateSystem const& from,
@@ -69,7 +96,9 @@ MMTransform* MTransformRepository::ComputeNewTransform(MCoordinateSystem const& 
   return GetTransform(from, to).Clone();
 }
 
-std::int16_t MTransformRepository::_ComputeIntoCache(Node const* from, Node const* to) const {
+int MTransformRepository::_ComputeIntoCache(Node const* from, Node const* to) const {
+  // The entry at "cache next" receives the pair.
+  int const index = _EntryAtSlot(m_cache_next);
   // A system too deep for the search leaves both lists empty, and the pair gets the identity.
   m_from_path.clear();
   m_to_path.clear();
@@ -79,7 +108,7 @@ std::int16_t MTransformRepository::_ComputeIntoCache(Node const* from, Node cons
   // copy of that very kind: the general way below keeps it.
   if (m_to_path.size() == 1) {
     MMTransform const* t = m_to_path.front()->GetTransform();
-    if (t && typeid(*t) != typeid(MMTransformMatrix)) return _ComputeIntoCacheByCopies(from, to);
+    if (t && typeid(*t) != typeid(MMTransformMatrix)) return _ComputeIntoCacheByCopies(index, from, to);
   }
 
   // 1. The way from `to` up to the common ancestor, inverted: the way down to `to`. Composed
@@ -104,7 +133,7 @@ std::int16_t MTransformRepository::_ComputeIntoCache(Node const* from, Node cons
   // 2. Up from `from`, then down, into the matrix of the entry about to be pushed out when it
   //    is a plain one (its references lapse as it goes), so a miss allocates nothing.
   MMTransformMatrix* result = nullptr;
-  TransformCacheEntry& leaving = _Slot(static_cast<std::int16_t>(m_cache_next));
+  TransformCacheEntry& leaving = m_cache[index];
   if (leaving.m_transform && typeid(*leaving.m_transform) == typeid(MMTransformMatrix))
     result = static_cast<MMTransformMatrix*>(leaving.m_transform);
   else
@@ -117,10 +146,11 @@ std::int16_t MTransformRepository::_ComputeIntoCache(Node const* from, Node cons
   }
 
   // 3. The pair is known not to be cached.
-  return _StoreAtNext(from, to, result);
+  _StoreAtNext(index, from, to, result);
+  return index;
 }
 
-std::int16_t MTransformRepository::_ComputeIntoCacheByCopies(Node const* from, Node const* to) const {
+int MTransformRepository::_ComputeIntoCacheByCopies(int index, Node const* from, Node const* to) const {
   // 1. The way from `to` up to the common ancestor, inverted: the way down to `to`.
   MMTransform* second = nullptr;
   if (m_to_path.size() == 1) {
@@ -144,7 +174,8 @@ std::int16_t MTransformRepository::_ComputeIntoCacheByCopies(Node const* from, N
   }
 
   // 3. The pair is known not to be cached.
-  return _StoreAtNext(from, to, result);
+  _StoreAtNext(index, from, to, result);
+  return index;
 }
 
 void MTransformRepository::_FillConcatList(Path const& path) const {
@@ -155,24 +186,32 @@ void MTransformRepository::_FillConcatList(Path const& path) const {
 
 // --- the cache ---
 
-namespace {
-
-// The first bucket of a pair, the same for both directions: turning an entry round leaves it
-// where it is, and the pair asked for and its reverse lie on one probe sequence.
-int BucketOf(Node const* from, Node const* to) {
-  auto a = reinterpret_cast<std::uintptr_t>(from) >> 4, b = reinterpret_cast<std::uintptr_t>(to) >> 4;
-  if (a > b) std::swap(a, b);
-  return static_cast<int>((a * 0x9E3779B97F4A7C15ull ^ b * 0xC2B2AE3D27D4EB4Full) >> 58);
-}
-
-constexpr int kMask = 63;
-
-}  // namespace
-
+// Entry j stands above entry i when it was used later, or, both never used, comes first.
 std::int16_t MTransformRepository::_SlotOfEntry(int index) const {
   std::int16_t slot = 0;
-  while (m_order[slot] != index) ++slot;
+  for (int j = 0; j < kCacheSize; ++j)
+    if (m_used[j] > m_used[index] || (m_used[j] == m_used[index] && j < index)) ++slot;
   return slot;
+}
+
+int MTransformRepository::_EntryAtSlot(int slot) const {
+  if (slot == kCacheSize - 1) {
+    // The least recently used: the oldest tick, among entries never used the last of them.
+    // The minimum first (a reduction without branches), then where it is.
+    std::uint64_t oldest = m_used[0];
+    for (int j = 1; j < kCacheSize; ++j) oldest = std::min(oldest, m_used[j]);
+    int index = kCacheSize - 1;
+    while (m_used[index] != oldest) --index;
+    return index;
+  }
+  // Other slots are asked for while the cache fills and by the slot-numbered interface.
+  for (int i = 0; i < kCacheSize; ++i)
+    if (_SlotOfEntry(i) == slot) return i;
+  return 0;
+}
+
+TransformCacheEntry const& MTransformRepository::_GetCacheSlot(std::int16_t slot) const {
+  return m_cache[_EntryAtSlot(slot)];
 }
 
 int MTransformRepository::_FindEntry(Node const* from, Node const* to) const {
@@ -209,17 +248,6 @@ void MTransformRepository::_IndexErase(int index) const {
   m_pair_index.buckets[hole] = -1;
 }
 
-void MTransformRepository::_RaiseEntry(int index) const {
-  // The slots above the entry's move down one; found and moved in one pass.
-  std::uint8_t carried = static_cast<std::uint8_t>(index);
-  for (std::int16_t slot = 0; slot < kCacheSize; ++slot) {
-    std::uint8_t const here = m_order[slot];
-    m_order[slot] = carried;
-    if (here == index) return;
-    carried = here;
-  }
-}
-
 // A pair is in at most one entry (a pair is stored only when it is not cached, and an entry is
 // turned round only when the pair it becomes is not cached), so the index finds the one.
 std::int16_t MTransformRepository::_FindInCache(Node const* from, Node const* to) const {
@@ -238,35 +266,34 @@ std::int16_t MTransformRepository::_AddTransformToCache(MCoordinateSystem const&
                                                         MMTransform* t) const {
   std::int16_t const slot = _FindInCache(from.GetInternalSystem(), to.GetInternalSystem());
   if (slot != kCacheSize) {
-    if (t != _Slot(slot).m_transform) delete t;
+    if (t != _GetCacheSlot(slot).m_transform) delete t;
     return slot;
   }
-  return _StoreAtNext(from.GetInternalSystem(), to.GetInternalSystem(), t);
+  // The query never caches a pair both ways (it turns the entry it has); from here on a pair
+  // asked for may also stand reversed elsewhere.
+  if (_FindEntry(to.GetInternalSystem(), from.GetInternalSystem()) >= 0) m_both_directions = true;
+  std::int16_t const next = static_cast<std::int16_t>(m_cache_next);
+  _StoreAtNext(_EntryAtSlot(next), from.GetInternalSystem(), to.GetInternalSystem(), t);
+  return next;
 }
 
-std::int16_t MTransformRepository::_StoreAtNext(Node const* from, Node const* to, MMTransform* t) const {
-  std::int16_t const slot = static_cast<std::int16_t>(m_cache_next);
-  int const index = m_order[slot];
+void MTransformRepository::_StoreAtNext(int index, Node const* from, Node const* to, MMTransform* t) const {
   if (m_cache[index].m_transform) _IndexErase(index);
   m_cache[index].SetEntry(from, to, t);
   if (m_cache[index].m_transform) _IndexInsert(index);
   if (++m_cache_next == kCacheSize) m_cache_next = kCacheSize - 1;
-  return slot;
 }
 
 void MTransformRepository::_PutTransformOnTopOfCache(std::int16_t slot) const {
-  if (slot > 0 && slot < kCacheSize) _MoveToTop(slot);
-}
-
-void MTransformRepository::_MoveToTop(std::int16_t slot) const {
   // Only the order changes; entries and transforms stay where they are, so references handed
   // out earlier stay valid.
-  _RaiseEntry(m_order[slot]);
+  if (slot > 0 && slot < kCacheSize) _Touch(_EntryAtSlot(slot));
 }
 
 void MTransformRepository::_CacheInvalidate() {
   for (TransformCacheEntry& entry : m_cache) entry.ClearEntry();
   m_pair_index.Clear();
+  m_both_directions = false;
 }
 
 // --- the path search ---

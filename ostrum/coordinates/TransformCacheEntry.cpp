@@ -1,9 +1,10 @@
 #include "ostrum/coordinates/TransformCacheEntry.h"
 
+#include <typeinfo>
 #include <utility>
 
 #include "ostrum/coordinates/MCoordinateSystem.h"
-#include "ostrum/foundation/geometry/MMTransform.h"
+#include "ostrum/foundation/geometry/MMTransformMatrix.h"
 
 TransformCacheEntry::~TransformCacheEntry() { delete m_transform; }
 
@@ -22,6 +23,7 @@ void TransformCacheEntry::SetEntry(MTransformRepositoryCoordinateSystem const* f
   m_to = to;
   if (t != m_transform) delete m_transform;
   m_transform = t;
+  m_plain = t && typeid(*t) == typeid(MMTransformMatrix) ? static_cast<MMTransformMatrix*>(t) : nullptr;
 }
 
 void TransformCacheEntry::ClearEntry() {
@@ -29,9 +31,10 @@ void TransformCacheEntry::ClearEntry() {
   m_to = nullptr;
   delete m_transform;
   m_transform = nullptr;
+  m_plain = nullptr;
 }
 
 void TransformCacheEntry::TakeReversed() {
   std::swap(m_from, m_to);
-  if (m_transform) m_transform->Invert();
+  if (m_transform && !(m_plain && m_plain->InvertKept())) m_transform->Invert();
 }

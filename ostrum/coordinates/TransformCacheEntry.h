@@ -1,13 +1,14 @@
 #pragma once
 // TransformCacheEntry: one slot of the repository's cache of composed transforms. It holds the
-// pair of nodes it was asked for and the transform between them, which it owns. Slots never
-// copy their transform: the repository moves the three fields between slots, so a transform
-// handed out by reference stays at its address while its entry moves.
+// pair of nodes it was asked for and the transform between them, which it owns. Entries never
+// copy or move their transform: the repository keeps the entries in place and orders them by
+// last use, so a transform handed out by reference stays at its address while its slot changes.
 
 #include "ostrum/Export.h"
 
 class MCoordinateSystem;
 class MMTransform;
+class MMTransformMatrix;
 class MTransformRepositoryCoordinateSystem;
 
 class OSTRUM_API TransformCacheEntry {
@@ -31,18 +32,26 @@ class OSTRUM_API TransformCacheEntry {
   /// Empties the slot and deletes its transform.
   void ClearEntry();
   /// Turns the entry round in place: the pair is swapped and the transform inverted, so a
-  /// reference to it now shows the inverse.
+  /// reference to it now shows the inverse. A matrix keeps its inverse, so after the first turn
+  /// this computes and moves nothing (MMTransformMatrix::Invert).
   void TakeReversed();
 
   MTransformRepositoryCoordinateSystem const* GetFrom() const { return m_from; }
   MTransformRepositoryCoordinateSystem const* GetTo() const { return m_to; }
   /// The transform, owned by the slot; null in an empty slot.
   MMTransform* GetTransform() const { return m_transform; }
+  /// The transform when it is a plain MMTransformMatrix (no derived kind), else null: the query
+  /// turns such a one round without a virtual call.
+  MMTransformMatrix* GetPlainMatrix() const { return m_plain; }
 
  private:
   friend class MTransformRepository;
 
-  MTransformRepositoryCoordinateSystem const* m_from = nullptr;
+  // Aligned to 32 bytes, so that no entry straddles two cache lines: the pair is read and turned
+  // round as one 16-byte unit on the hot path, where an access split across lines would cost as
+  // much as the rest of a hit.
+  alignas(32) MTransformRepositoryCoordinateSystem const* m_from = nullptr;
   MTransformRepositoryCoordinateSystem const* m_to = nullptr;
   MMTransform* m_transform = nullptr;
+  MMTransformMatrix* m_plain = nullptr;  // m_transform when it is exactly a MMTransformMatrix
 };

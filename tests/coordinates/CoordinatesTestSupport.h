@@ -19,6 +19,7 @@ using Path = std::vector<Node const*>;
 
 class ProbeRepository : public MTransformRepository {
  public:
+  using MTransformRepository::_AddTransformToCache;
   using MTransformRepository::_CacheInvalidate;
   using MTransformRepository::_CreateNewSystem;
   using MTransformRepository::_FillInPathToWorld;

@@ -4,6 +4,10 @@
 #include <gtest/gtest.h>
 
 #include "CoordinatesTestSupport.h"
+#include <utility>
+#include <vector>
+
+#include "ostrum/coordinates/ITransformRepositoryNotifyDelete.h"
 #include "ostrum/coordinates/MTransformRepositoryException.h"
 #include "ostrum/foundation/core/MUnit.h"
 
@@ -49,7 +53,25 @@ TEST_F(UnitRepository, DefaultSystemsCannotBeMovedButCanTakeChildren) {
 }
 
 TEST(UnitRepositoryInstance, OnlyAnApplicationRepositoryIsTheDocumentsInstance) {
+  // While an application repository is deleted, its listeners no longer find it as one.
+  struct Listener : ITransformRepositoryNotifyDelete {
+    std::vector<std::pair<MTransformRepository*, MTransformRepositoryEx*>> seen;
+    void TransformRepositoryWasDeleted() override {
+      seen.emplace_back(MTransformRepository::GetInstance(), MTransformRepositoryEx::GetInstance());
+    }
+    void TransformRepositoryWokeUpAgain() override {
+      seen.emplace_back(MTransformRepository::GetInstance(), MTransformRepositoryEx::GetInstance());
+    }
+  } listener;
+  MTransformRepository::SubscribeNotifyDelete(&listener);
   MTransformRepositoryEx* first = MTransformRepositoryEx::CreateInstance();
+  EXPECT_EQ(MTransformRepositoryEx::GetInstance(), first);
+  MTransformRepositoryEx::DeleteInstance();
+  MTransformRepository::UnsubscribeNotifyDelete(&listener);
+  using Seen = std::pair<MTransformRepository*, MTransformRepositoryEx*>;
+  EXPECT_EQ(listener.seen, (std::vector<Seen>{{first, first}, {first, nullptr}}));
+
+  first = MTransformRepositoryEx::CreateInstance();
   {
     ProbeRepository plain;
     EXPECT_EQ(MTransformRepositoryEx::GetInstance(), nullptr);

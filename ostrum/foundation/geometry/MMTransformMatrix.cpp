@@ -2,6 +2,7 @@
 
 #include <Eigen/LU>
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <limits>
 
@@ -49,7 +50,7 @@ constexpr Linear kProduct[6][6] = {
     /* any      */ {kAny, kAny, kAny, kAny, kAny, kAny},
 };
 
-constexpr Class ClassOfProduct(Class a, Class b) {
+constexpr Class ClassOfProductByKinds(Class a, Class b) {
   if (a == Class::eIdentity) return b;
   if (b == Class::eIdentity) return a;
   switch (kProduct[LinearOf(a)][LinearOf(b)]) {
@@ -62,6 +63,16 @@ constexpr Class ClassOfProduct(Class a, Class b) {
   }
   return Class::eGeneral;
 }
+
+// The same as one lookup per product: kClassOfProduct[a][b] is the class of A * B.
+using ClassTable = std::array<std::array<Class, Class::eGeneral + 1>, Class::eGeneral + 1>;
+constexpr ClassTable kClassOfProduct = [] {
+  ClassTable table{};
+  for (int a = Class::eIdentity; a <= Class::eGeneral; ++a)
+    for (int b = Class::eIdentity; b <= Class::eGeneral; ++b)
+      table[a][b] = ClassOfProductByKinds(Class(a), Class(b));
+  return table;
+}();
 
 bool HasOrthogonalColumns(Mat3 const& l) {
   Mat3 const g = l.transpose() * l;
@@ -112,32 +123,50 @@ Mat3 RotationAbout(int axis, double radians) {
   return r;
 }
 
+// The small kernels below are forced inline: called per product, a call and the result passed
+// through memory would cost as much as the arithmetic.
+#define OSTRUM_KERNEL inline __attribute__((always_inline))
+
 // a * b, column by column. Written out because Eigen's general product evaluator is not inlined
 // here and then costs about twice as much for a 4x4 matrix; this form runs at the speed of an
 // inlined Eigen product.
-inline Mat4 Product(Mat4 const& a, Mat4 const& b) {
+OSTRUM_KERNEL Mat4 Product(Mat4 const& a, Mat4 const& b) {
   Mat4 p;
   for (int j = 0; j < 4; ++j)
     p.col(j) = a.col(0) * b(0, j) + a.col(1) * b(1, j) + a.col(2) * b(2, j) + a.col(3) * b(3, j);
   return p;
 }
 
+// b = a * b in place, `a` not aliasing `b`: column j of the product needs only column j of b,
+// so each column is read, combined and written back, and no temporary matrix goes through
+// memory.
+OSTRUM_KERNEL void PreMultiplyInPlace(Mat4 const& a, Mat4& b) {
+  for (int j = 0; j < 4; ++j) {
+    Eigen::Vector4d const c = a.col(0) * b(0, j) + a.col(1) * b(1, j) + a.col(2) * b(2, j) + a.col(3) * b(3, j);
+    b.col(j) = c;
+  }
+}
+
 // The products with a translation T, which need a quarter of the work of a full product and
 // give the same numbers (the unit part of T only adds exact zeros and ones).
 // m = T * m: each of the first three rows gains its translation times the last row.
-inline void TranslateRows(Mat4& m, Mat4 const& t) {
+OSTRUM_KERNEL void TranslateRows(Mat4& m, Mat4 const& t) {
   for (int r = 0; r < 3; ++r) m.row(r) += t(r, 3) * m.row(3);
 }
-// m * T: m with its last column replaced by m * (t, 1).
-inline Mat4 TranslatedColumns(Mat4 const& m, Mat4 const& t) {
-  Mat4 p = m;
-  p.col(3) += m.col(0) * t(0, 3) + m.col(1) * t(1, 3) + m.col(2) * t(2, 3);
-  return p;
+// t = m * T in place: m with its last column replaced by m * (t, 1).
+OSTRUM_KERNEL void TranslatedColumnsInto(Mat4& t, Mat4 const& m) {
+  double const x = t(0, 3), y = t(1, 3), z = t(2, 3);
+  t = m;
+  t.col(3) += m.col(0) * x + m.col(1) * y + m.col(2) * z;
+}
+// m = m * T: the last column becomes m * (t, 1).
+OSTRUM_KERNEL void TranslateColumns(Mat4& m, Mat4 const& t) {
+  m.col(3) += m.col(0) * t(0, 3) + m.col(1) * t(1, 3) + m.col(2) * t(2, 3);
 }
 
 // The affine inverse with a given inverse of the 3x3 part: (L, t)^-1 = (L^-1, -L^-1 t). Written
 // element by element for the same reason as Product.
-void WriteAffineInverse(Mat4& out, Mat4 const& m, Mat3 const& li) {
+OSTRUM_KERNEL void WriteAffineInverse(Mat4& out, Mat4 const& m, Mat3 const& li) {
   for (int r = 0; r < 3; ++r) {
     for (int c = 0; c < 3; ++c) out(r, c) = li(r, c);
     out(r, 3) = -(li(r, 0) * m(0, 3) + li(r, 1) * m(1, 3) + li(r, 2) * m(2, 3));
@@ -156,10 +185,50 @@ void ApplyMatrix(Mat4 const& m, bool affine, double* out, double const* in, bool
   for (int r = 0; r < 3; ++r) out[r] /= w;
 }
 
+// The inverse of any matrix into `out`; false when it is singular (|det| below kSingularRatio
+// of the product of its row lengths, a measure that does not depend on the units) or the
+// inverse overflows. Kept out of the member functions so that the commonest case of
+// _EnsureInverse, a general matrix, reaches it without a call through the library's
+// interposable symbols.
+OSTRUM_KERNEL bool InvertGeneral(Mat4 const& m, Mat4& out) {
+  if (m(3, 0) == 0.0 && m(3, 1) == 0.0 && m(3, 2) == 0.0 && m(3, 3) == 1.0) {
+    // Affine: the 3x3 part is inverted by its cofactors and the translation follows, a third
+    // of the work of a 4x4 inverse. The determinant is the 3x3 part's, as for the whole matrix,
+    // and the last row's length is 1, so the bound below is that of the whole matrix too.
+    double const bound = m.row(0).squaredNorm() * m.row(1).squaredNorm() * m.row(2).squaredNorm();
+    double const c00 = m(1, 1) * m(2, 2) - m(1, 2) * m(2, 1);
+    double const c01 = m(1, 2) * m(2, 0) - m(1, 0) * m(2, 2);
+    double const c02 = m(1, 0) * m(2, 1) - m(1, 1) * m(2, 0);
+    double const det = m(0, 0) * c00 + m(0, 1) * c01 + m(0, 2) * c02;
+    if (!(det * det > kSingularRatio * kSingularRatio * bound)) return false;
+    double const r = 1.0 / det;
+    double const l[3][3] = {
+        {c00 * r, (m(0, 2) * m(2, 1) - m(0, 1) * m(2, 2)) * r, (m(0, 1) * m(1, 2) - m(0, 2) * m(1, 1)) * r},
+        {c01 * r, (m(0, 0) * m(2, 2) - m(0, 2) * m(2, 0)) * r, (m(0, 2) * m(1, 0) - m(0, 0) * m(1, 2)) * r},
+        {c02 * r, (m(0, 1) * m(2, 0) - m(0, 0) * m(2, 1)) * r, (m(0, 0) * m(1, 1) - m(0, 1) * m(1, 0)) * r},
+    };
+    double t[3];
+    for (int i = 0; i < 3; ++i) t[i] = -(l[i][0] * m(0, 3) + l[i][1] * m(1, 3) + l[i][2] * m(2, 3));
+    // Overflow shows as an element that is not finite; x * 0 is 0 for every finite x and NaN
+    // otherwise, so one sum tells for all twelve without a branch per element.
+    double finite = 0.0;
+    for (int i = 0; i < 3; ++i) finite += (l[i][0] + l[i][1] + l[i][2] + t[i]) * 0.0;
+    if (finite != 0.0) return false;
+    for (int c = 0; c < 3; ++c) out.col(c) << l[0][c], l[1][c], l[2][c], 0.0;
+    out.col(3) << t[0], t[1], t[2], 1.0;
+    return true;
+  }
+  // |det| against the product of the row lengths, compared squared to spare the roots.
+  double const bound = m.rowwise().squaredNorm().prod();
+  double const det = m.determinant();
+  if (!(det * det > kSingularRatio * kSingularRatio * bound)) return false;
+  out = m.inverse();
+  return out.allFinite();
+}
+
 }  // namespace
 
-MMTransformMatrix::MMTransformMatrix()
-    : m_matrix(Mat4::Identity()), m_inverse(Mat4::Identity()) {}
+MMTransformMatrix::MMTransformMatrix() : m_pair{Mat4::Identity(), Mat4::Identity()} {}
 
 MMTransformMatrix::MMTransformMatrix(Eigen::Matrix4d const& m) : MMTransformMatrix() {
   SetMatrix(m);
@@ -170,7 +239,7 @@ MMTransformMatrix::~MMTransformMatrix() = default;
 MMTransformMatrix* MMTransformMatrix::Clone() const { return new MMTransformMatrix(*this); }
 
 void MMTransformMatrix::_Set(Eigen::Matrix4d const& m, EMatrixClass c) {
-  m_matrix = m;
+  _Matrix() = m;
   m_class = c;
   m_inverse_state = EInverse::ePending;
 }
@@ -178,9 +247,10 @@ void MMTransformMatrix::_Set(Eigen::Matrix4d const& m, EMatrixClass c) {
 void MMTransformMatrix::SetMatrix(Eigen::Matrix4d const& m) { _Set(m, Classify(m)); }
 
 void MMTransformMatrix::MakeIdentity() {
-  m_matrix.setIdentity();
-  m_inverse.setIdentity();
+  _Matrix().setIdentity();
+  _Inverse().setIdentity();
   m_class = eIdentity;
+  m_inverse_class = eIdentity;
   m_inverse_state = EInverse::eCurrent;
 }
 
@@ -246,7 +316,7 @@ void MMTransformMatrix::MakeRotationZYX(double x, double y, double z) {
 
 void MMTransformMatrix::SetRotationCenter(MMPoint3d<double> const& center) {
   Eigen::Vector3d const c(center.x, center.y, center.z);
-  Mat4 m = m_matrix;
+  Mat4 m = _Matrix();
   m.block<3, 1>(0, 3).setZero();
   // T(c) * M0 * T(-c), written out: M0 * T(-c) moves column 3 to -M0 c (plus the old last
   // column, now (0, 0, 0, m33)); T(c) then adds c times the last row to the first three rows.
@@ -301,48 +371,66 @@ void MMTransformMatrix::MakePerspectiveProjection(double left, double right, dou
   _Set(m, eGeneral);
 }
 
+void MMTransformMatrix::_TakeOver(MMTransformMatrix const& m) {
+  _Matrix() = m._Matrix();
+  m_class = m.m_class;
+  m_inverse_state = m.m_inverse_state;
+  if (m_inverse_state == EInverse::ePending) return;
+  _Inverse() = m._Inverse();
+  m_inverse_class = m.m_inverse_class;
+}
+
 void MMTransformMatrix::PreMultiply(MMTransformMatrix const& m) {
+  // The cases by class, the commonest (two general matrices) last; per product there is one
+  // lookup of the class and one store of the inverse's state besides the arithmetic.
   if (m.m_class == eIdentity) return;
   if (m_class == eIdentity) {
-    *this = m;
+    _TakeOver(m);
     return;
   }
   if (m_class == eTranslation && m.m_class == eTranslation) {
     // Translations add, and so do their inverses.
-    m_matrix.block<3, 1>(0, 3) += m.m_matrix.block<3, 1>(0, 3);
+    _Matrix().block<3, 1>(0, 3) += m._Matrix().block<3, 1>(0, 3);
     if (m_inverse_state == EInverse::eCurrent && m.m_inverse_state == EInverse::eCurrent)
-      m_inverse.block<3, 1>(0, 3) += m.m_inverse.block<3, 1>(0, 3);
+      _Inverse().block<3, 1>(0, 3) += m._Inverse().block<3, 1>(0, 3);
     else
       m_inverse_state = EInverse::ePending;
     return;
   }
-  if (m.m_class == eTranslation)
-    TranslateRows(m_matrix, m.m_matrix);
-  else if (m_class == eTranslation)
-    m_matrix = TranslatedColumns(m.m_matrix, m_matrix);
-  else
-    m_matrix = Product(m.m_matrix, m_matrix);
-  m_class = ClassOfProduct(m.m_class, m_class);
+  if (m.m_class == eTranslation) {
+    TranslateRows(_Matrix(), m._Matrix());
+  } else if (m_class == eTranslation) {
+    TranslatedColumnsInto(_Matrix(), m._Matrix());
+  } else if (&m != this) {
+    PreMultiplyInPlace(m._Matrix(), _Matrix());
+  } else {
+    Mat4 const a = m._Matrix();
+    PreMultiplyInPlace(a, _Matrix());
+  }
+  m_class = kClassOfProduct[m.m_class][m_class];
   m_inverse_state = EInverse::ePending;
 }
 
 MMTransformMatrix& MMTransformMatrix::operator*=(MMTransformMatrix const& m) {
   if (m.m_class == eIdentity) return *this;
-  if (m_class == eIdentity) return *this = m;
+  if (m_class == eIdentity) {
+    _TakeOver(m);
+    return *this;
+  }
   if (m_class == eTranslation && m.m_class == eTranslation) {
     PreMultiply(m);  // translations commute
     return *this;
   }
   if (m.m_class == eTranslation) {
-    m_matrix = TranslatedColumns(m_matrix, m.m_matrix);
+    TranslateColumns(_Matrix(), m._Matrix());
   } else if (m_class == eTranslation) {
-    Mat4 const t = m_matrix;
-    m_matrix = m.m_matrix;
-    TranslateRows(m_matrix, t);
+    Mat4 const t = _Matrix();
+    _Matrix() = m._Matrix();
+    TranslateRows(_Matrix(), t);
   } else {
-    m_matrix = Product(m_matrix, m.m_matrix);
+    _Matrix() = Product(_Matrix(), m._Matrix());
   }
-  m_class = ClassOfProduct(m_class, m.m_class);
+  m_class = kClassOfProduct[m_class][m.m_class];
   m_inverse_state = EInverse::ePending;
   return *this;
 }
@@ -354,38 +442,34 @@ MMTransformMatrix operator*(MMTransformMatrix const& a, MMTransformMatrix const&
 }
 
 bool MMTransformMatrix::Invert() {
-  if (!_EnsureInverse()) return false;
-  m_matrix.swap(m_inverse);
-  // Every class is closed under inversion except the orthogonal one: the inverse of Q * D is
-  // D^-1 * Q^T, whose columns are orthogonal only in special cases.
-  if (m_class == eOrthoGonal && !HasOrthogonalColumns(m_matrix.topLeftCorner<3, 3>()))
-    m_class = eGeneral;
+  if (m_inverse_state != EInverse::eCurrent && !_EnsureInverse()) return false;
+  _Turn();
   return true;
 }
 
 bool MMTransformMatrix::IsIdentity() const {
   if (m_class == eIdentity) return true;
-  return (m_matrix - Mat4::Identity()).cwiseAbs().maxCoeff() <= kClassTolerance;
+  return (_Matrix() - Mat4::Identity()).cwiseAbs().maxCoeff() <= kClassTolerance;
 }
 
 void MMTransformMatrix::ConvertDouble16(double* out) const { ConvertToDouble16(out); }
 
 void MMTransformMatrix::ConvertToDouble16(double* out) const {
   for (int r = 0; r < 4; ++r)
-    for (int c = 0; c < 4; ++c) out[4 * r + c] = m_matrix(r, c);
+    for (int c = 0; c < 4; ++c) out[4 * r + c] = _Matrix()(r, c);
 }
 
 void MMTransformMatrix::ConvertFloat16(float* out) const {
   for (int r = 0; r < 4; ++r)
-    for (int c = 0; c < 4; ++c) out[4 * r + c] = static_cast<float>(m_matrix(r, c));
+    for (int c = 0; c < 4; ++c) out[4 * r + c] = static_cast<float>(_Matrix()(r, c));
 }
 
 double MMTransformMatrix::GetElement(int row, int column, bool inverse) const {
-  return inverse ? GetInverse()(row, column) : m_matrix(row, column);
+  return inverse ? GetInverse()(row, column) : _Matrix()(row, column);
 }
 
 void MMTransformMatrix::SetElement(int row, int column, double value, bool refresh) {
-  m_matrix(row, column) = value;
+  _Matrix()(row, column) = value;
   m_class = eGeneral;
   m_inverse_state = EInverse::ePending;
   if (refresh) {
@@ -395,8 +479,10 @@ void MMTransformMatrix::SetElement(int row, int column, double value, bool refre
 }
 
 MMTransformMatrix::EMatrixClass MMTransformMatrix::VerifyAndSetClass() {
-  // The elements are unchanged, so a kept inverse stays valid whatever the class becomes.
-  m_class = Classify(m_matrix);
+  // The elements are unchanged, so a kept inverse stays valid whatever the class becomes; its
+  // class follows the new one.
+  m_class = Classify(_Matrix());
+  if (m_inverse_state == EInverse::eCurrent) _MarkCurrent();
   return m_class;
 }
 
@@ -404,14 +490,14 @@ double MMTransformMatrix::GetScale() const {
   switch (m_class) {
     case eIdentity:
     case eTranslation: return 1.0;
-    case eScale1D: return m_matrix(0, 0);
-    default: return std::cbrt(m_matrix.topLeftCorner<3, 3>().determinant());
+    case eScale1D: return _Matrix()(0, 0);
+    default: return std::cbrt(_Matrix().topLeftCorner<3, 3>().determinant());
   }
 }
 
 Eigen::Matrix4d const& MMTransformMatrix::GetInverse() const {
   _EnsureInverse();
-  return m_inverse;
+  return _Inverse();
 }
 
 bool MMTransformMatrix::HasInverse() const { return _EnsureInverse(); }
@@ -432,105 +518,89 @@ bool MMTransformMatrix::_ComputeInverseAs(EMatrixClass c) const {
 }
 
 bool MMTransformMatrix::_EnsureInverse() const {
-  if (m_inverse_state == EInverse::ePending) _ComputeInverseAs(m_class);
-  return m_inverse_state == EInverse::eCurrent;
+  if (m_inverse_state != EInverse::ePending) return m_inverse_state == EInverse::eCurrent;
+  if (m_class != eGeneral) return _ComputeInverseAs(m_class);
+  // The general method, without the calls between the exported members.
+  if (!InvertGeneral(_Matrix(), _Inverse())) return _MarkSingular();
+  _MarkCurrent();
+  return true;
+}
+
+void MMTransformMatrix::_MarkCurrent() const {
+  m_inverse_state = EInverse::eCurrent;
+  // Every class is closed under inversion except the orthogonal one: the inverse of Q * D is
+  // D^-1 * Q^T, whose columns are orthogonal only in special cases. Decided here, once per
+  // inversion, so that turning the matrix round and back checks nothing.
+  m_inverse_class = m_class;
+  if (m_class == eOrthoGonal && !HasOrthogonalColumns(_Inverse().topLeftCorner<3, 3>()))
+    m_inverse_class = eGeneral;
 }
 
 bool MMTransformMatrix::_MarkSingular() const {
-  m_inverse.setConstant(std::numeric_limits<double>::quiet_NaN());
+  _Inverse().setConstant(std::numeric_limits<double>::quiet_NaN());
   m_inverse_state = EInverse::eSingular;
   return false;
 }
 
 bool MMTransformMatrix::_ComputeInverseIdentity() const {
-  m_inverse.setIdentity();
-  m_inverse_state = EInverse::eCurrent;
+  _Inverse().setIdentity();
+  _MarkCurrent();
   return true;
 }
 
 bool MMTransformMatrix::_ComputeInverseTranslation() const {
-  m_inverse.setIdentity();
-  m_inverse.block<3, 1>(0, 3) = -m_matrix.block<3, 1>(0, 3);
-  m_inverse_state = EInverse::eCurrent;
+  _Inverse().setIdentity();
+  _Inverse().block<3, 1>(0, 3) = -_Matrix().block<3, 1>(0, 3);
+  _MarkCurrent();
   return true;
 }
 
 bool MMTransformMatrix::_ComputeInverseScale1D() const {
-  double const r = 1.0 / m_matrix(0, 0);
+  double const r = 1.0 / _Matrix()(0, 0);
   if (!std::isfinite(r)) return _MarkSingular();
-  m_inverse.setIdentity();
-  m_inverse(0, 0) = m_inverse(1, 1) = m_inverse(2, 2) = r;
-  m_inverse.block<3, 1>(0, 3) = -r * m_matrix.block<3, 1>(0, 3);
-  m_inverse_state = EInverse::eCurrent;
+  _Inverse().setIdentity();
+  _Inverse()(0, 0) = _Inverse()(1, 1) = _Inverse()(2, 2) = r;
+  _Inverse().block<3, 1>(0, 3) = -r * _Matrix().block<3, 1>(0, 3);
+  _MarkCurrent();
   return true;
 }
 
 bool MMTransformMatrix::_ComputeInverseScale3D() const {
-  m_inverse.setIdentity();
+  _Inverse().setIdentity();
   for (int i = 0; i < 3; ++i) {
-    double const r = 1.0 / m_matrix(i, i);
+    double const r = 1.0 / _Matrix()(i, i);
     if (!std::isfinite(r)) return _MarkSingular();
-    m_inverse(i, i) = r;
-    m_inverse(i, 3) = -r * m_matrix(i, 3);
+    _Inverse()(i, i) = r;
+    _Inverse()(i, 3) = -r * _Matrix()(i, 3);
   }
-  m_inverse_state = EInverse::eCurrent;
+  _MarkCurrent();
   return true;
 }
 
 bool MMTransformMatrix::_ComputeInverseOrthoNormal() const {
-  WriteAffineInverse(m_inverse, m_matrix, m_matrix.topLeftCorner<3, 3>().transpose());
-  m_inverse_state = EInverse::eCurrent;
+  WriteAffineInverse(_Inverse(), _Matrix(), _Matrix().topLeftCorner<3, 3>().transpose());
+  _MarkCurrent();
   return true;
 }
 
 bool MMTransformMatrix::_ComputeInverseOrthoGonal() const {
   // With orthogonal columns L^T L is the diagonal of squared column lengths, so
   // L^-1 = diag(1 / |c_i|^2) L^T: row i of the inverse is column i over its squared length.
-  Mat3 const l = m_matrix.topLeftCorner<3, 3>();
+  Mat3 const l = _Matrix().topLeftCorner<3, 3>();
   Mat3 linear_inverse;
   for (int i = 0; i < 3; ++i) {
     double const r = 1.0 / l.col(i).squaredNorm();
     if (!std::isfinite(r)) return _MarkSingular();
     linear_inverse.row(i) = r * l.col(i).transpose();
   }
-  WriteAffineInverse(m_inverse, m_matrix, linear_inverse);
-  m_inverse_state = EInverse::eCurrent;
+  WriteAffineInverse(_Inverse(), _Matrix(), linear_inverse);
+  _MarkCurrent();
   return true;
 }
 
 bool MMTransformMatrix::_ComputeInverseGeneral() const {
-  // |det| against the product of the row lengths, compared squared to spare the roots.
-  double const bound = m_matrix.rowwise().squaredNorm().prod();
-  Mat4 const& m = m_matrix;
-  if (m(3, 0) == 0.0 && m(3, 1) == 0.0 && m(3, 2) == 0.0 && m(3, 3) == 1.0) {
-    // Affine: the 3x3 part is inverted by its cofactors and the translation follows, a third
-    // of the work of a 4x4 inverse. The determinant is the 3x3 part's, as for the whole matrix.
-    double const c00 = m(1, 1) * m(2, 2) - m(1, 2) * m(2, 1);
-    double const c01 = m(1, 2) * m(2, 0) - m(1, 0) * m(2, 2);
-    double const c02 = m(1, 0) * m(2, 1) - m(1, 1) * m(2, 0);
-    double const det = m(0, 0) * c00 + m(0, 1) * c01 + m(0, 2) * c02;
-    if (!(det * det > kSingularRatio * kSingularRatio * bound)) return _MarkSingular();
-    double const r = 1.0 / det;
-    Mat3 li;
-    li(0, 0) = c00 * r;
-    li(1, 0) = c01 * r;
-    li(2, 0) = c02 * r;
-    li(0, 1) = (m(0, 2) * m(2, 1) - m(0, 1) * m(2, 2)) * r;
-    li(1, 1) = (m(0, 0) * m(2, 2) - m(0, 2) * m(2, 0)) * r;
-    li(2, 1) = (m(0, 1) * m(2, 0) - m(0, 0) * m(2, 1)) * r;
-    li(0, 2) = (m(0, 1) * m(1, 2) - m(0, 2) * m(1, 1)) * r;
-    li(1, 2) = (m(0, 2) * m(1, 0) - m(0, 0) * m(1, 2)) * r;
-    li(2, 2) = (m(0, 0) * m(1, 1) - m(0, 1) * m(1, 0)) * r;
-    WriteAffineInverse(m_inverse, m, li);
-    if (!m_inverse.allFinite()) return _MarkSingular();
-    m_inverse_state = EInverse::eCurrent;
-    return true;
-  }
-  double const det = m_matrix.determinant();
-  if (!(det * det > kSingularRatio * kSingularRatio * bound)) return _MarkSingular();
-  m_inverse = m_matrix.inverse();
-  if (!m_inverse.allFinite()) return _MarkSingular();
-  m_inverse_state = EInverse::eCurrent;
+  if (!InvertGeneral(_Matrix(), _Inverse())) return _MarkSingular();
+  _MarkCurrent();
   return true;
 }
 
@@ -540,13 +610,13 @@ void MMTransformMatrix::_Apply(double* out, double const* in, bool direction) co
       std::copy(in, in + 3, out);
       return;
     case eTranslation:
-      for (int r = 0; r < 3; ++r) out[r] = direction ? in[r] : in[r] + m_matrix(r, 3);
+      for (int r = 0; r < 3; ++r) out[r] = direction ? in[r] : in[r] + _Matrix()(r, 3);
       return;
-    default: ApplyMatrix(m_matrix, m_class != eGeneral, out, in, direction);
+    default: ApplyMatrix(_Matrix(), m_class != eGeneral, out, in, direction);
   }
 }
 
 void MMTransformMatrix::_ApplyInverse(double* out, double const* in, bool direction) const {
   _EnsureInverse();
-  ApplyMatrix(m_inverse, m_class != eGeneral, out, in, direction);
+  ApplyMatrix(_Inverse(), m_class != eGeneral, out, in, direction);
 }

@@ -20,10 +20,12 @@
 //   always a valid claim: a composition takes the cheapest class that the classes of its
 //   factors guarantee, and VerifyAndSetClass derives it from the elements with a tolerance of
 //   1e-12 (relative to the matrix's scale).
-// - The inverse is kept. It is computed by the class's own method the first time it is needed
-//   after a change and kept until the next change; Invert then only exchanges the two. Reading
-//   the inverse of a changed matrix through a const reference therefore writes the kept copy:
-//   a matrix shared between threads must have its inverse computed before it is shared.
+// - The inverse is kept, with its class. It is computed by the class's own method the first time
+//   it is needed after a change and kept until the next change; Invert then only exchanges the
+//   roles of the two (one byte changes, no element moves), so a transform turned round and back
+//   costs one inversion in all. Reading the inverse of a changed matrix through a const
+//   reference therefore writes the kept copy: a matrix shared between threads must have its
+//   inverse computed before it is shared.
 
 #include <Eigen/Core>
 #include <cstdint>
@@ -57,7 +59,17 @@ class OSTRUM_API MMTransformMatrix : public MMTransform {
   /// A new copy, with class and kept inverse, owned by the caller.
   MMTransformMatrix* Clone() const override;
   /// Replaces the matrix by its inverse; false for a singular matrix, which then stays as it was.
+  /// With the inverse kept (after a first Invert, GetInverse or HasInverse) nothing is computed:
+  /// matrix and inverse change roles, and so do their classes.
   bool Invert() override;
+  /// Invert for a matrix whose inverse is kept: turns it round and answers true without a call;
+  /// otherwise does nothing and answers false (then Invert computes the inverse). For callers
+  /// that turn the same transforms round again and again, such as the transform cache.
+  bool InvertKept() {
+    if (m_inverse_state != EInverse::eCurrent) return false;
+    _Turn();
+    return true;
+  }
   bool IsIdentity() const override;
   void ConvertDouble16(double* out) const override;
   MMTransformMatrix const* AsMatrix() const override { return this; }
@@ -127,8 +139,11 @@ class OSTRUM_API MMTransformMatrix : public MMTransform {
   /// The sixteen elements row by row.
   void ConvertToDouble16(double* out) const;
 
-  /// The matrix itself.
-  Eigen::Matrix4d const& GetMatrix() const { return m_matrix; }
+  /// The matrix itself. The reference names where the matrix is kept now; Invert keeps the
+  /// inverse elsewhere and only changes which of the two is the matrix, so read it again after
+  /// an Invert (the transform itself, GetElement and a reference to the transform follow at
+  /// once).
+  Eigen::Matrix4d const& GetMatrix() const { return m_pair[m_forward]; }
   /// Replaces the matrix; the class is derived from the elements.
   void SetMatrix(Eigen::Matrix4d const& m);
   /// The kept inverse, computed first if the matrix changed; all NaN for a singular matrix.
@@ -157,12 +172,35 @@ class OSTRUM_API MMTransformMatrix : public MMTransform {
 
   bool _EnsureInverse() const;
   bool _MarkSingular() const;
+  // Marks the kept inverse as computed and derives its class from the matrix's.
+  OSTRUM_LOCAL void _MarkCurrent() const;
   void _Set(Eigen::Matrix4d const& m, EMatrixClass c);
+  // Takes over `m` into an identity: the matrix and class, and the inverse only when `m` has
+  // it already (or knows it has none), so that nothing is copied that is not known.
+  OSTRUM_LOCAL void _TakeOver(MMTransformMatrix const& m);
 
-  Eigen::Matrix4d m_matrix;
-  // Valid while m_inverse_state is eCurrent; written by const readers on first need.
-  mutable Eigen::Matrix4d m_inverse;
+  // Matrix and kept inverse change roles, and so do their classes; no element moves.
+  void _Turn() {
+    m_forward ^= 1;
+    EMatrixClass const c = m_class;
+    m_class = m_inverse_class;
+    m_inverse_class = c;
+  }
+
+  Eigen::Matrix4d& _Matrix() { return m_pair[m_forward]; }
+  Eigen::Matrix4d const& _Matrix() const { return m_pair[m_forward]; }
+  // Written by const readers on first need.
+  Eigen::Matrix4d& _Inverse() const { return m_pair[m_forward ^ 1]; }
+
+  // The matrix and its kept inverse, side by side: m_forward names the matrix, the other is the
+  // inverse, valid while m_inverse_state is eCurrent. Invert turns m_forward, so a reference
+  // to the transform shows the inverse from then on without a byte of either moving.
+  mutable Eigen::Matrix4d m_pair[2];
   EMatrixClass m_class = eIdentity;
+  // The class of the kept inverse, valid with it: the matrix's class, except that the inverse
+  // of a matrix with orthogonal columns may have none (then general).
+  mutable EMatrixClass m_inverse_class = eIdentity;
+  std::uint8_t m_forward = 0;
   mutable EInverse m_inverse_state = EInverse::eCurrent;
 };
 

@@ -38,13 +38,28 @@ TEST(MMTransformMatrix, EachClassInverseMatchesGeneralInverse) {
       EXPECT_TRUE(Near(probe.GetInverse(), expected));
       EXPECT_TRUE(Near(m.GetInverse(), expected));
 
-      // Invert exchanges matrix and inverse, keeps a valid class, and comes back.
+      // Invert exchanges matrix and inverse, keeps a valid class, and comes back. The class
+      // claimed after a turn must invert by its own method (the inverse of orthogonal columns
+      // may have none).
       MMTransformMatrix inverted(m);
       ASSERT_TRUE(inverted.Invert());
       EXPECT_TRUE(Near(inverted.GetMatrix(), expected));
       EXPECT_TRUE(Near(inverted.GetInverse(), m.GetMatrix()));
+      ProbeMatrix turned(inverted);
+      ASSERT_TRUE(turned.ComputeBy(turned.GetClass())) << "claims " << turned.GetClass();
+      EXPECT_TRUE(Near(turned.GetInverse(), m.GetMatrix())) << "claims " << turned.GetClass();
       ASSERT_TRUE(inverted.Invert());
       EXPECT_TRUE(Near(inverted.GetMatrix(), m.GetMatrix()));
+      EXPECT_EQ(inverted.GetClass(), m.GetClass()) << "a turn and back gives the class back";
+
+      // InvertKept turns only a matrix whose inverse is kept, and leaves any other alone.
+      MMTransformMatrix fresh;
+      fresh.SetMatrix(m.GetMatrix());
+      EXPECT_FALSE(fresh.InvertKept());
+      EXPECT_EQ(fresh.GetMatrix(), m.GetMatrix());
+      ASSERT_TRUE(fresh.HasInverse());
+      EXPECT_TRUE(fresh.InvertKept());
+      EXPECT_TRUE(Near(fresh.GetMatrix(), expected));
     }
   }
 }
@@ -57,15 +72,25 @@ TEST(MMTransformMatrix, ProductsComposeInOrderAndClaimOnlyValidClasses) {
     for (int b = Class::eIdentity; b <= Class::eGeneral; ++b) {
       for (int trial = 0; trial < 20; ++trial) {
         MMTransformMatrix const ma = rnd.Make(Class(a)), mb = rnd.Make(Class(b));
-        MMTransformMatrix pre(mb), post(mb);
-        pre.PreMultiply(ma);
-        post *= ma;
-        EXPECT_TRUE(Near(pre.GetMatrix(), ma.GetMatrix() * mb.GetMatrix()));
-        EXPECT_TRUE(Near(post.GetMatrix(), mb.GetMatrix() * ma.GetMatrix()));
-        EXPECT_TRUE(Near((mb * ma).GetMatrix(), post.GetMatrix()));
-        for (MMTransformMatrix const* p : {&pre, &post})
-          EXPECT_TRUE(Near(p->GetInverse(), p->GetMatrix().inverse()))
-              << a << " with " << b << " claims " << p->GetClass();
+        // The same value held as the turned-round inverse of itself, and with a kept inverse
+        // that a product must not leave standing.
+        MMTransformMatrix turned(mb);
+        if (turned.Invert()) turned.Invert();
+        for (MMTransformMatrix const& target : {mb, turned}) {
+          MMTransformMatrix pre(target), post(target);
+          pre.PreMultiply(ma);
+          post *= ma;
+          EXPECT_TRUE(Near(pre.GetMatrix(), ma.GetMatrix() * mb.GetMatrix()));
+          EXPECT_TRUE(Near(post.GetMatrix(), mb.GetMatrix() * ma.GetMatrix()));
+          EXPECT_TRUE(Near((target * ma).GetMatrix(), post.GetMatrix()));
+          for (MMTransformMatrix const* p : {&pre, &post})
+            EXPECT_TRUE(Near(p->GetInverse(), p->GetMatrix().inverse()))
+                << a << " with " << b << " claims " << p->GetClass();
+        }
+        // A matrix times itself.
+        MMTransformMatrix square(turned);
+        square.PreMultiply(square);
+        EXPECT_TRUE(Near(square.GetMatrix(), mb.GetMatrix() * mb.GetMatrix()));
       }
     }
   }
@@ -114,7 +139,8 @@ TEST(MMTransformMatrix, VerifyAndSetClassRecognisesEachShapeAfterSetElement) {
   for (int c = Class::eIdentity; c <= Class::eGeneral; ++c) {
     MMTransformMatrix const source = rnd.Make(Class(c));
     MMTransformMatrix m;
-    m.MakeScale3D(3, 4, 5);  // a stale class and inverse to get rid of
+    m.MakeScale3D(3, 4, 5);  // a stale class and inverse to get rid of, turned round
+    ASSERT_TRUE(m.Invert());
     for (int r = 0; r < 4; ++r)
       for (int k = 0; k < 4; ++k) m.SetElement(r, k, source.GetElement(r, k), false);
     EXPECT_EQ(m.GetClass(), Class::eGeneral) << "a half-set matrix claims nothing cheap";
@@ -139,6 +165,8 @@ TEST(MMTransformMatrix, VerifyAndSetClassRecognisesEachShapeAfterSetElement) {
 TEST(MMTransformMatrix, SingularInvertAnswersFalseAndKeepsTheMatrix) {
   Random rnd(5);
   std::vector<MMTransformMatrix> singular(4);
+  singular[0].MakeScale1D(2);
+  ASSERT_TRUE(singular[0].Invert());  // the inverse it keeps must not outlive the next change
   singular[0].MakeScale1D(0);
   singular[1].MakeScale3D(1, 0, 2);
   MMTransformMatrix turn;
@@ -158,6 +186,7 @@ TEST(MMTransformMatrix, SingularInvertAnswersFalseAndKeepsTheMatrix) {
     MMTransformMatrix::EMatrixClass const cls = m.GetClass();
     EXPECT_FALSE(m.HasInverse()) << before;
     EXPECT_FALSE(m.Invert()) << before;
+    EXPECT_FALSE(m.InvertKept()) << before;
     EXPECT_EQ(m.GetMatrix(), before);
     EXPECT_EQ(m.GetClass(), cls);
     MMPoint3d<double> back;

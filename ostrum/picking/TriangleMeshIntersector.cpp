@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cmath>
 #include <cstring>
 #include <memory>
@@ -89,6 +90,11 @@ inline void GrowCentre(Box& box, const Primitive& p) {
   const __m128 c = _mm_add_ps(_mm_load_ps(p.lo), _mm_load_ps(p.hi));
   box.Grow(c, c);
 }
+// Grows `box` by the centre only if all three of its coordinates are finite.
+inline void GrowFiniteCentre(Box& box, const Primitive& p) {
+  const __m128 c = _mm_add_ps(_mm_load_ps(p.lo), _mm_load_ps(p.hi));
+  if ((_mm_movemask_ps(_mm_cmpeq_ps(_mm_sub_ps(c, c), _mm_setzero_ps())) & 7) == 7) box.Grow(c, c);
+}
 #else
 struct Box {
   float lo[4] = {kInfinity, kInfinity, kInfinity, kInfinity};
@@ -116,7 +122,46 @@ inline void GrowCentre(Box& box, const Primitive& p) {
   const float c[3] = {p.lo[0] + p.hi[0], p.lo[1] + p.hi[1], p.lo[2] + p.hi[2]};
   box.Grow(c, c);
 }
+inline void GrowFiniteCentre(Box& box, const Primitive& p) {
+  const float c[3] = {p.lo[0] + p.hi[0], p.lo[1] + p.hi[1], p.lo[2] + p.hi[2]};
+  if (c[0] - c[0] == 0.0f && c[1] - c[1] == 0.0f && c[2] - c[2] == 0.0f) box.Grow(c, c);
+}
 #endif
+
+// Where a primitive's (doubled) centre lies on a grid of 1024 cubic cells a side over the box of
+// the finite centres: its 30-bit Morton code (x, y, z bits interleaved, x highest). Centres
+// outside the grid (infinite ones) go to the nearest cell, NaN coordinates to the first.
+struct MortonGrid {
+  float origin[3] = {0.0f, 0.0f, 0.0f};
+  float scale = 0.0f;  // 0 when the finite centres are one point or there are none: every code 0
+
+  explicit MortonGrid(const Box& finite_centres) {
+    float lo[4], hi[4];
+    finite_centres.Get(lo, hi);
+    double extent = 0.0;
+    for (int a = 0; a < 3; ++a) {
+      origin[a] = lo[a];
+      extent = std::max(extent, static_cast<double>(hi[a]) - static_cast<double>(lo[a]));  // 0 if empty
+    }
+    if (extent > 0.0) scale = static_cast<float>(std::min(1024.0 / extent, double{std::numeric_limits<float>::max()}));
+  }
+  // Ten bits spread to every third place.
+  static uint32_t Spread(uint32_t v) {
+    v = (v * 0x00010001u) & 0xFF0000FFu;
+    v = (v * 0x00000101u) & 0x0F00F00Fu;
+    v = (v * 0x00000011u) & 0xC30C30C3u;
+    return (v * 0x00000005u) & 0x49249249u;
+  }
+  uint32_t operator()(const Primitive& p) const {
+    uint32_t code = 0;
+    for (int a = 0; a < 3; ++a) {
+      const float f = (p.lo[a] + p.hi[a] - origin[a]) * scale;
+      const uint32_t cell = f > 0.0f ? static_cast<uint32_t>(std::min(f, 1023.0f)) : 0u;
+      code |= Spread(cell) << (2 - a);
+    }
+    return code;
+  }
+};
 
 // The bins of one node: the boxes of their primitives and of their primitives' (doubled)
 // centres, so that the split gives both children both boxes without another pass.
@@ -260,11 +305,15 @@ bool Prepare(const TriangleMeshIntersector::Ray& ray, PreparedRay& r) {
 }
 
 // A node still to be built: the primitives [begin, end) below it, their box and the box of
-// their (doubled) centres.
+// their (doubled) centres. Primitives come sorted by the Morton code of their centre, which
+// each carries in `bin`; once a node's primitives all share one code (`one_cell`), the node and
+// everything below it is split by binned centres, whose partition reuses `bin`, and `centres`
+// is known (an empty box is found again from the primitives).
 struct Task {
   uint32_t node, begin, end;
   size_t depth;
   Box box, centres;
+  bool one_cell = false;
 };
 
 // How a node is split, as the sweep over its bins finds it.
@@ -274,11 +323,11 @@ struct Split {
   Box left, right, left_centres, right_centres;
 };
 
-// The split axis and bins of a task: the axis where the centres spread most.
-Binner BinnerOf(const Task& task) {
+// The split axis and bins of a node's centres: the axis where they spread most.
+Binner BinnerOf(const Box& centres) {
   Binner bin_of;
   float lo[4], hi[4];
-  task.centres.Get(lo, hi);
+  centres.Get(lo, hi);
   for (int a = 1; a < 3; ++a)
     if (hi[a] - lo[a] > hi[bin_of.axis] - lo[bin_of.axis]) bin_of.axis = a;
   bin_of.origin = lo[bin_of.axis];
@@ -365,7 +414,13 @@ class Builder {
       return false;
     }
     if (n <= kSmallNode) return SplitSmall(task, nodes, children);
-    const Binner bin_of = BinnerOf(task);
+    if (!task.one_cell && m_p[task.begin].bin != m_p[task.end - 1].bin)
+      return SplitMorton(task, nodes, children, both_cores);
+    // One Morton cell: bins over the centres, as far down as the node goes.
+    Box centres = task.centres;
+    if (centres.Empty())
+      for (uint32_t i = task.begin; i < task.end; ++i) GrowCentre(centres, m_p[i]);
+    const Binner bin_of = BinnerOf(centres);
     Split split;
     if (bin_of.scale > 0.0f) {
       Bins bins;
@@ -393,7 +448,7 @@ class Builder {
       // Every centre in one place: halve the range (the halves keep the node's boxes).
       middle = task.begin + n / 2;
       split.left = split.right = task.box;
-      split.left_centres = split.right_centres = task.centres;
+      split.left_centres = split.right_centres = centres;
     } else if (both_cores) {
       // Each thread partitions one half: [left0 right0 | left1 right1]; then the shorter of
       // right0 and left1 trades places with the far end of the other.
@@ -415,12 +470,74 @@ class Builder {
     nodes[task.node].count = 0;
     nodes.push_back(Node{});
     nodes.push_back(Node{});
-    children[0] = {left_index, task.begin, middle, task.depth + 1, split.left, split.left_centres};
-    children[1] = {left_index + 1, middle, task.end, task.depth + 1, split.right, split.right_centres};
+    children[0] = {left_index, task.begin, middle, task.depth + 1, split.left, split.left_centres, true};
+    children[1] = {left_index + 1, middle, task.end, task.depth + 1, split.right, split.right_centres, true};
     return true;
   }
 
  private:
+  // Splits a node whose primitives do not all share one Morton code. Below the codes' common
+  // prefix, the next bits (up to four, the first of which differs) cut the node's range into up
+  // to 16 runs lying side by side in the array, each a cell of the grid; the surface area
+  // heuristic picks the cut between two runs, so no primitive moves.
+  bool SplitMorton(const Task& task, std::vector<Node>& nodes, Task* children, bool both_cores) const {
+    const uint32_t differ = m_p[task.begin].bin ^ m_p[task.end - 1].bin;
+    const int high = std::bit_width(differ) - 1;
+    const int shift = std::max(high - 3, 0);
+    const uint32_t runs = 2u << (high - shift);
+    // Run r holds the codes below limit(r); the runs' ends are found in the pass that boxes them.
+    const uint32_t base = (m_p[task.begin].bin >> shift) & ~(runs - 1);
+    const auto limit = [&](uint32_t r) -> uint64_t { return uint64_t{base + r + 1} << shift; };
+    uint32_t bound[kBins + 1];
+    Bins bins;
+    const auto box_runs = [&](uint32_t begin, uint32_t end, Bins& out, uint32_t* ends) {
+      uint32_t i = begin;
+      for (uint32_t r = 0; r < runs; ++r) {
+        Box a, b;
+        const uint64_t below = limit(r);
+        for (; i + 1 < end && m_p[i + 1].bin < below; i += 2) {
+          GrowBox(a, m_p[i]);
+          GrowBox(b, m_p[i + 1]);
+        }
+        if (i < end && m_p[i].bin < below) GrowBox(a, m_p[i++]);
+        a.Grow(b);
+        out.box[r] = a;
+        ends[r] = i;
+      }
+    };
+    bound[0] = task.begin;
+    if (both_cores) {
+      Bins halves[2];
+      uint32_t ends[2][kBins];
+      const uint32_t middle = task.begin + (task.end - task.begin) / 2;
+      OnBothCores([&](int k) { box_runs(k == 0 ? task.begin : middle, k == 0 ? middle : task.end, halves[k], ends[k]); });
+      bins = halves[0];
+      bins.Merge(halves[1]);
+      // A run ends in the first half only if the second half has none of it.
+      for (uint32_t r = 0; r < runs; ++r) bound[r + 1] = ends[1][r] > middle ? ends[1][r] : ends[0][r];
+    } else {
+      box_runs(task.begin, task.end, bins, bound + 1);
+    }
+    for (uint32_t r = 0; r < runs; ++r) bins.count[r] = bound[r + 1] - bound[r];
+    Split split = Sweep(bins, task.end - task.begin);
+    if (split.bin == 0) {
+      // No cost could be compared (boxes past the range of float): cut where the first of the
+      // bits differs.
+      split.bin = static_cast<int>(runs / 2);
+      split.left = split.right = Box{};
+      for (uint32_t r = 0; r < runs; ++r) (r < runs / 2 ? split.left : split.right).Grow(bins.box[r]);
+    }
+    const uint32_t middle = bound[split.bin];
+    const uint32_t left_index = static_cast<uint32_t>(nodes.size());
+    nodes[task.node].first = left_index;
+    nodes[task.node].count = 0;
+    nodes.push_back(Node{});
+    nodes.push_back(Node{});
+    children[0] = {left_index, task.begin, middle, task.depth + 1, split.left, Box{}};
+    children[1] = {left_index + 1, middle, task.end, task.depth + 1, split.right, Box{}};
+    return true;
+  }
+
   // A small node is split exactly: its primitives sorted by centre along the axis where the
   // centres spread most, and every place between two of them tried. Cheaper here than bins,
   // which would mostly be empty, and never worse.
@@ -522,7 +639,8 @@ inline void WidenedBounds(T low, T high, float& lo, float& hi) {
 }
 
 // The triangles of `indices` [begin, end) that can be hit, with their boxes, written to `out`
-// in order; the boxes of them and of their centres grow `box` and `centres`. Answers how many.
+// in order; the boxes of them and of their finite centres grow `box` and `centres`. Answers how
+// many.
 template <class T>
 uint32_t MakePrimitives(const T* vertices, size_t vertex_count, const uint32_t* indices, size_t begin, size_t end,
                         Primitive* out, Box& box, Box& centres) {
@@ -550,7 +668,7 @@ uint32_t MakePrimitives(const T* vertices, size_t vertex_count, const uint32_t* 
     prim.id = static_cast<uint32_t>(i);
     prim.bin = 0;
     GrowBox(box, prim);
-    GrowCentre(centres, prim);
+    GrowFiniteCentre(centres, prim);
   }
   return made;
 }
@@ -562,6 +680,40 @@ void ForParts(bool both, const Body& body) {
     OnBothCores(body);
   else
     body(0);
+}
+
+// Sorts `keys` by their upper 32 bits, of which only the low 30 (a Morton code) are set,
+// keeping the order of equal codes: three passes of ten bits, each counted and then scattered
+// by both threads when `both` (each its half, the first half's keys of a digit before the
+// second's). `scratch` holds as many keys; answers which of the two holds the result.
+uint64_t* SortByCode(uint64_t* keys, uint64_t* scratch, size_t n, bool both) {
+  constexpr int kDigitBits = 10;
+  constexpr uint32_t kDigits = 1u << kDigitBits;
+  const size_t half = both ? n / 2 : n;
+  std::vector<uint32_t> counts(2 * kDigits);
+  for (int shift = 32; shift < 62; shift += kDigitBits) {
+    const auto digit = [shift](uint64_t key) { return static_cast<uint32_t>(key >> shift) & (kDigits - 1); };
+    std::fill(counts.begin(), counts.end(), 0u);
+    ForParts(both, [&](int k) {
+      uint32_t* count = counts.data() + k * kDigits;
+      for (size_t i = k == 0 ? 0 : half, end = k == 0 ? half : n; i < end; ++i) ++count[digit(keys[i])];
+    });
+    // Every key in one digit: this pass would move nothing.
+    if (counts[digit(keys[0])] + counts[kDigits + digit(keys[0])] == n) continue;
+    uint32_t start = 0;
+    for (uint32_t d = 0; d < kDigits; ++d) {
+      const uint32_t first = counts[d], second = counts[kDigits + d];
+      counts[d] = start;
+      counts[kDigits + d] = start + first;
+      start += first + second;
+    }
+    ForParts(both, [&](int k) {
+      uint32_t* next = counts.data() + k * kDigits;
+      for (size_t i = k == 0 ? 0 : half, end = k == 0 ? half : n; i < end; ++i) scratch[next[digit(keys[i])]++] = keys[i];
+    });
+    std::swap(keys, scratch);
+  }
+  return keys;
 }
 
 }  // namespace
@@ -619,6 +771,27 @@ void TriangleMeshIntersector::_SetMesh(const T* vertices, size_t vertex_count, c
   boxes[0].Grow(boxes[1]);
   centres[0].Grow(centres[1]);
 
+  // The primitives in the order of the Morton codes of their centres, each code in `bin`:
+  // neighbours in space lie side by side, and every node below is a range of them.
+  {
+    const MortonGrid grid(centres[0]);
+    std::unique_ptr<uint64_t[]> keys(new uint64_t[count]), scratch(new uint64_t[count]);
+    const uint32_t middle = both ? count / 2 : count;
+    ForParts(both, [&](int k) {
+      for (uint32_t i = k == 0 ? 0 : middle, end = k == 0 ? middle : count; i < end; ++i)
+        keys[i] = uint64_t{grid(primitives[i])} << 32 | i;
+    });
+    const uint64_t* sorted = SortByCode(keys.get(), scratch.get(), count, both);
+    std::unique_ptr<Primitive[]> in_order(new Primitive[count]);
+    ForParts(both, [&](int k) {
+      for (uint32_t i = k == 0 ? 0 : middle, end = k == 0 ? middle : count; i < end; ++i) {
+        in_order[i] = primitives[static_cast<uint32_t>(sorted[i])];
+        in_order[i].bin = static_cast<uint32_t>(sorted[i] >> 32);
+      }
+    });
+    primitives = std::move(in_order);
+  }
+
   // The vertices, in double (exact for float input), for the test to read.
   m_vertices.resize(3 * vertex_count);
   std::transform(vertices, vertices + 3 * vertex_count, m_vertices.begin(), [](T v) { return static_cast<double>(v); });
@@ -628,7 +801,7 @@ void TriangleMeshIntersector::_SetMesh(const T* vertices, size_t vertex_count, c
   const Builder<Node> builder(primitives.get());
   std::vector<Node> top(1);
   top.reserve(2 * (count / kParallelNode) + 4);
-  std::vector<Task> pending{{0, 0, count, 1, boxes[0], centres[0]}};
+  std::vector<Task> pending{{0, 0, count, 1, boxes[0], Box{}}};
   std::vector<Task> subtrees;
   size_t depth = 1;
   while (!pending.empty()) {

@@ -90,10 +90,18 @@ inline void GrowCentre(Box& box, const Primitive& p) {
   const __m128 c = _mm_add_ps(_mm_load_ps(p.lo), _mm_load_ps(p.hi));
   box.Grow(c, c);
 }
-// Grows `box` by the centre only if all three of its coordinates are finite.
-inline void GrowFiniteCentre(Box& box, const Primitive& p) {
-  const __m128 c = _mm_add_ps(_mm_load_ps(p.lo), _mm_load_ps(p.hi));
-  if ((_mm_movemask_ps(_mm_cmpeq_ps(_mm_sub_ps(c, c), _mm_setzero_ps())) & 7) == 7) box.Grow(c, c);
+// Writes a new primitive with the box lo, hi and grows `box` by it and `centres` by its centre
+// if that is finite. The box goes from registers to both (not back from memory, where it was
+// just written in parts).
+inline void StorePrimitive(Primitive& p, const float* l, const float* h, uint32_t id, Box& box, Box& centres) {
+  const __m128 lo = _mm_setr_ps(l[0], l[1], l[2], 0.0f), hi = _mm_setr_ps(h[0], h[1], h[2], 0.0f);
+  _mm_store_ps(p.lo, lo);
+  _mm_store_ps(p.hi, hi);
+  p.id = id;
+  p.bin = 0;
+  box.Grow(lo, hi);
+  const __m128 c = _mm_add_ps(lo, hi);
+  if ((_mm_movemask_ps(_mm_cmpeq_ps(_mm_sub_ps(c, c), _mm_setzero_ps())) & 7) == 7) centres.Grow(c, c);
 }
 #else
 struct Box {
@@ -122,9 +130,14 @@ inline void GrowCentre(Box& box, const Primitive& p) {
   const float c[3] = {p.lo[0] + p.hi[0], p.lo[1] + p.hi[1], p.lo[2] + p.hi[2]};
   box.Grow(c, c);
 }
-inline void GrowFiniteCentre(Box& box, const Primitive& p) {
-  const float c[3] = {p.lo[0] + p.hi[0], p.lo[1] + p.hi[1], p.lo[2] + p.hi[2]};
-  if (c[0] - c[0] == 0.0f && c[1] - c[1] == 0.0f && c[2] - c[2] == 0.0f) box.Grow(c, c);
+inline void StorePrimitive(Primitive& p, const float* l, const float* h, uint32_t id, Box& box, Box& centres) {
+  std::copy(l, l + 3, p.lo);
+  std::copy(h, h + 3, p.hi);
+  p.id = id;
+  p.bin = 0;
+  box.Grow(l, h);
+  const float c[3] = {l[0] + h[0], l[1] + h[1], l[2] + h[2]};
+  if (c[0] - c[0] == 0.0f && c[1] - c[1] == 0.0f && c[2] - c[2] == 0.0f) centres.Grow(c, c);
 }
 #endif
 
@@ -538,12 +551,13 @@ class Builder {
     return true;
   }
 
-  // A small node is split exactly: its primitives sorted by centre along the axis where the
-  // centres spread most, and every place between two of them tried. Cheaper here than bins,
-  // which would mostly be empty, and never worse.
+  // A small node is split exactly: every place between two of its primitives is tried, in the
+  // order of their Morton codes where these differ, otherwise sorted by centre along the axis
+  // where the centres spread most. Cheaper here than bins, which would mostly be empty.
   bool SplitSmall(const Task& task, std::vector<Node>& nodes, Task* children) const {
     Primitive* p = m_p + task.begin;
     const uint32_t n = task.end - task.begin;
+    if (!task.one_cell && p[0].bin != p[n - 1].bin) return SweepSmall(task, nodes, children);
     Box centres;
     for (uint32_t i = 0; i < n; ++i) GrowCentre(centres, p[i]);
     float lo[4], hi[4];
@@ -565,7 +579,6 @@ class Builder {
       key[j] = k;
       p[j] = here;
     }
-    Box right[kSmallNode];
     Box running;
     if (!(hi[axis] > lo[axis])) {
       // Every centre in one place: no place is better than another, so halve.
@@ -584,10 +597,19 @@ class Builder {
       node.count = 0;
       nodes.push_back(Node{});
       nodes.push_back(Node{});
-      children[0] = {left_index, task.begin, task.begin + middle, task.depth + 1, left, Box{}};
-      children[1] = {left_index + 1, task.begin + middle, task.end, task.depth + 1, running, Box{}};
+      children[0] = {left_index, task.begin, task.begin + middle, task.depth + 1, left, Box{}, task.one_cell};
+      children[1] = {left_index + 1, task.begin + middle, task.end, task.depth + 1, running, Box{}, task.one_cell};
       return true;
     }
+    return SweepSmall(task, nodes, children);
+  }
+
+  // Splits a small node at the cheapest place between two of its primitives in their order.
+  bool SweepSmall(const Task& task, std::vector<Node>& nodes, Task* children) const {
+    const Primitive* p = m_p + task.begin;
+    const uint32_t n = task.end - task.begin;
+    Box right[kSmallNode];
+    Box running;
     for (uint32_t i = n - 1; i > 0; --i) {
       GrowBox(running, p[i]);
       right[i] = running;
@@ -616,9 +638,9 @@ class Builder {
     node.count = 0;
     nodes.push_back(Node{});
     nodes.push_back(Node{});
-    // The children find their own centres' box.
-    children[0] = {left_index, task.begin, task.begin + best, task.depth + 1, best_left, Box{}};
-    children[1] = {left_index + 1, task.begin + best, task.end, task.depth + 1, right[best], Box{}};
+    // The children find their own centres. box; they are in one cell if this node is.
+    children[0] = {left_index, task.begin, task.begin + best, task.depth + 1, best_left, Box{}, task.one_cell};
+    children[1] = {left_index + 1, task.begin + best, task.end, task.depth + 1, right[best], Box{}, task.one_cell};
     return true;
   }
 
@@ -661,14 +683,11 @@ uint32_t MakePrimitives(const T* vertices, size_t vertex_count, const uint32_t* 
     }
     const double n[3] = {e1[1] * e2[2] - e1[2] * e2[1], e1[2] * e2[0] - e1[0] * e2[2], e1[0] * e2[1] - e1[1] * e2[0]};
     if (n[0] == 0.0 && n[1] == 0.0 && n[2] == 0.0) continue;  // no area: never hit
-    Primitive& prim = out[made++];
+    float lo[3], hi[3];
     for (int a = 0; a < 3; ++a)
       WidenedBounds(std::min(std::min(c[0][a], c[1][a]), c[2][a]), std::max(std::max(c[0][a], c[1][a]), c[2][a]),
-                    prim.lo[a], prim.hi[a]);
-    prim.id = static_cast<uint32_t>(i);
-    prim.bin = 0;
-    GrowBox(box, prim);
-    GrowFiniteCentre(centres, prim);
+                    lo[a], hi[a]);
+    StorePrimitive(out[made++], lo, hi, static_cast<uint32_t>(i), box, centres);
   }
   return made;
 }

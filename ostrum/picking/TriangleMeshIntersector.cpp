@@ -39,14 +39,21 @@ namespace {
 constexpr int kBins = 16;
 constexpr uint32_t kMaxLeaf = 8;
 // What visiting a node costs, in triangle tests: a split must save more than that.
-constexpr float kNodeCost = 1.0f;
+constexpr float kNodeCost = 3.0f;
 constexpr size_t kMaxDepth = 64;
 // Nodes of up to this many triangles are split exactly rather than by bins.
 constexpr uint32_t kSmallNode = 16;
-// From this many triangles on, the build uses the second core: a node this large is binned and
-// partitioned by both threads together, and the subtrees below that size are shared out
-// between the two threads, largest first.
+// From this many triangles on, the build uses the second core: the passes over all primitives
+// and their sort are shared, and the subtrees below the top are shared out, largest first.
 constexpr uint32_t kParallelNode = 32768;
+// The top of the tree is cut over cells of the grid down to nodes of fewer triangles than this.
+constexpr uint32_t kTopNode = 64;
+// From this depth on, nodes are cut where the first differing bit of their codes changes, so
+// that each level takes at least one bit and no chain of lopsided cuts runs past kMaxDepth.
+constexpr size_t kBalancedDepth = 32;
+// The coarse cells of the grid over which the top of the tree is cut: codes shifted by this,
+// 32 cells a side.
+constexpr int kCellShift = 15;
 
 constexpr float kInfinity = std::numeric_limits<float>::infinity();
 
@@ -256,6 +263,15 @@ void OnBothCores(const Body& body) {
   other.join();
 }
 
+// Runs body(0) and body(1) on two threads when `both`, otherwise body(0) alone.
+template <class Body>
+void ForParts(bool both, const Body& body) {
+  if (both)
+    OnBothCores(body);
+  else
+    body(0);
+}
+
 // The ray prepared for box tests: per axis the inverse direction, or for an axis the ray runs
 // parallel to, the origin that must lie inside the slab.
 struct PreparedRay {
@@ -386,6 +402,61 @@ Split Sweep(const Bins& bins, uint32_t n) {
   return best;
 }
 
+// The cut between runs of a node's cells or primitives (in the order of their codes): the
+// cheapest by the surface area heuristic, or where the first differing bit changes when
+// `halve` (deep in the tree) or when no cost could be compared (boxes past the range of float).
+Split CutRuns(const Bins& bins, uint32_t runs, uint32_t n, bool halve) {
+  Split split;
+  if (!halve) split = Sweep(bins, n);
+  if (split.bin == 0) {
+    split.bin = static_cast<int>(runs / 2);
+    for (uint32_t r = 0; r < runs; ++r) (r < runs / 2 ? split.left : split.right).Grow(bins.box[r]);
+  }
+  return split;
+}
+
+// A coarse cell of the grid: its code (the primitives' codes shifted by kCellShift), the run
+// [begin, end) of the sorted primitives in it and their box.
+struct Cell {
+  uint32_t code, begin, end;
+  Box box;
+};
+
+// The cells of the sorted primitives [begin, end), in order.
+void AppendCells(const Primitive* p, uint32_t begin, uint32_t end, std::vector<Cell>& cells) {
+  for (uint32_t i = begin; i < end;) {
+    const uint32_t code = p[i].bin >> kCellShift;
+    const uint64_t below = uint64_t{code + 1} << kCellShift;
+    Box a, b;
+    uint32_t j = i;
+    for (; j + 1 < end && p[j + 1].bin < below; j += 2) {
+      GrowBox(a, p[j]);
+      GrowBox(b, p[j + 1]);
+    }
+    if (j < end && p[j].bin < below) GrowBox(a, p[j++]);
+    a.Grow(b);
+    cells.push_back({code, i, j, a});
+    i = j;
+  }
+}
+
+// The cells of all `count` sorted primitives; with `both`, each thread finds those of one half
+// and a cell cut by the middle is joined again.
+std::vector<Cell> CellsOf(const Primitive* p, uint32_t count, bool both) {
+  std::vector<Cell> halves[2];
+  const uint32_t middle = both ? count / 2 : count;
+  ForParts(both, [&](int k) { AppendCells(p, k == 0 ? 0 : middle, k == 0 ? middle : count, halves[k]); });
+  std::vector<Cell>& cells = halves[0];
+  size_t from = 0;
+  if (!cells.empty() && !halves[1].empty() && cells.back().code == halves[1].front().code) {
+    cells.back().end = halves[1].front().end;
+    cells.back().box.Grow(halves[1].front().box);
+    from = 1;
+  }
+  cells.insert(cells.end(), halves[1].begin() + static_cast<std::ptrdiff_t>(from), halves[1].end());
+  return std::move(cells);
+}
+
 // The builder: primitives in one array that the splits partition in place, so that the
 // triangles of each subtree, and in the end of each leaf, lie side by side. Node is the
 // intersector's node type.
@@ -403,7 +474,7 @@ class Builder {
       tasks.pop_back();
       depth = std::max(depth, task.depth);
       Task children[2];
-      if (!SplitTask(task, nodes, children, false)) continue;
+      if (!SplitTask(task, nodes, children)) continue;
       tasks.push_back(children[1]);
       tasks.push_back(children[0]);
     }
@@ -411,10 +482,8 @@ class Builder {
   }
 
   // Splits `task`: writes its node (a leaf, or an inner node whose two children are appended
-  // to `nodes`), and answers whether there are children, with their tasks. With `both_cores`
-  // the binning and the partition run on two threads.
-  bool SplitTask(const Task& task, std::vector<Node>& nodes, Task* children,
-                 bool both_cores) const {
+  // to `nodes`), and answers whether there are children, with their tasks.
+  bool SplitTask(const Task& task, std::vector<Node>& nodes, Task* children) const {
     Node& node = nodes[task.node];
     float lo[4], hi[4];
     task.box.Get(lo, hi);
@@ -428,7 +497,7 @@ class Builder {
     }
     if (n <= kSmallNode) return SplitSmall(task, nodes, children);
     if (!task.one_cell && m_p[task.begin].bin != m_p[task.end - 1].bin)
-      return SplitMorton(task, nodes, children, both_cores);
+      return SplitMorton(task, nodes, children);
     // One Morton cell: bins over the centres, as far down as the node goes.
     Box centres = task.centres;
     if (centres.Empty())
@@ -437,17 +506,7 @@ class Builder {
     Split split;
     if (bin_of.scale > 0.0f) {
       Bins bins;
-      if (both_cores) {
-        Bins halves[2];
-        const uint32_t middle = task.begin + n / 2;
-        OnBothCores([&](int k) {
-          BinRange(m_p, k == 0 ? task.begin : middle, k == 0 ? middle : task.end, bin_of, halves[k]);
-        });
-        bins = halves[0];
-        bins.Merge(halves[1]);
-      } else {
-        BinRange(m_p, task.begin, task.end, bin_of, bins);
-      }
+      BinRange(m_p, task.begin, task.end, bin_of, bins);
       split = Sweep(bins, n);
     }
     // A split pays for itself against one more box test per triangle; small nodes may stay.
@@ -462,19 +521,6 @@ class Builder {
       middle = task.begin + n / 2;
       split.left = split.right = task.box;
       split.left_centres = split.right_centres = centres;
-    } else if (both_cores) {
-      // Each thread partitions one half: [left0 right0 | left1 right1]; then the shorter of
-      // right0 and left1 trades places with the far end of the other.
-      const uint32_t half = task.begin + n / 2;
-      uint32_t ends[2];
-      OnBothCores([&](int k) {
-        ends[k] = PartitionRange(m_p, k == 0 ? task.begin : half, k == 0 ? half : task.end,
-                                 static_cast<uint32_t>(split.bin));
-      });
-      const uint32_t right0 = half - ends[0], left1 = ends[1] - half;
-      const uint32_t moved = std::min(right0, left1);
-      std::swap_ranges(m_p + ends[0], m_p + ends[0] + moved, m_p + ends[1] - moved);
-      middle = ends[0] + left1;
     } else {
       middle = PartitionRange(m_p, task.begin, task.end, static_cast<uint32_t>(split.bin));
     }
@@ -493,7 +539,7 @@ class Builder {
   // prefix, the next bits (up to four, the first of which differs) cut the node's range into up
   // to 16 runs lying side by side in the array, each a cell of the grid; the surface area
   // heuristic picks the cut between two runs, so no primitive moves.
-  bool SplitMorton(const Task& task, std::vector<Node>& nodes, Task* children, bool both_cores) const {
+  bool SplitMorton(const Task& task, std::vector<Node>& nodes, Task* children) const {
     const uint32_t differ = m_p[task.begin].bin ^ m_p[task.end - 1].bin;
     const int high = std::bit_width(differ) - 1;
     const int shift = std::max(high - 3, 0);
@@ -503,7 +549,7 @@ class Builder {
     const auto limit = [&](uint32_t r) -> uint64_t { return uint64_t{base + r + 1} << shift; };
     uint32_t bound[kBins + 1];
     Bins bins;
-    const auto box_runs = [&](uint32_t begin, uint32_t end, Bins& out, uint32_t* ends) {
+    const auto box_runs = [&](uint32_t begin, uint32_t end, Bins& out, uint32_t* ends) {  // NOLINT
       uint32_t i = begin;
       for (uint32_t r = 0; r < runs; ++r) {
         Box a, b;
@@ -519,27 +565,9 @@ class Builder {
       }
     };
     bound[0] = task.begin;
-    if (both_cores) {
-      Bins halves[2];
-      uint32_t ends[2][kBins];
-      const uint32_t middle = task.begin + (task.end - task.begin) / 2;
-      OnBothCores([&](int k) { box_runs(k == 0 ? task.begin : middle, k == 0 ? middle : task.end, halves[k], ends[k]); });
-      bins = halves[0];
-      bins.Merge(halves[1]);
-      // A run ends in the first half only if the second half has none of it.
-      for (uint32_t r = 0; r < runs; ++r) bound[r + 1] = ends[1][r] > middle ? ends[1][r] : ends[0][r];
-    } else {
-      box_runs(task.begin, task.end, bins, bound + 1);
-    }
+    box_runs(task.begin, task.end, bins, bound + 1);
     for (uint32_t r = 0; r < runs; ++r) bins.count[r] = bound[r + 1] - bound[r];
-    Split split = Sweep(bins, task.end - task.begin);
-    if (split.bin == 0) {
-      // No cost could be compared (boxes past the range of float): cut where the first of the
-      // bits differs.
-      split.bin = static_cast<int>(runs / 2);
-      split.left = split.right = Box{};
-      for (uint32_t r = 0; r < runs; ++r) (r < runs / 2 ? split.left : split.right).Grow(bins.box[r]);
-    }
+    const Split split = CutRuns(bins, runs, task.end - task.begin, task.depth >= kBalancedDepth);
     const uint32_t middle = bound[split.bin];
     const uint32_t left_index = static_cast<uint32_t>(nodes.size());
     nodes[task.node].first = left_index;
@@ -692,15 +720,6 @@ uint32_t MakePrimitives(const T* vertices, size_t vertex_count, const uint32_t* 
   return made;
 }
 
-// Runs body(0) and body(1) on two threads when `both`, otherwise body(0) alone.
-template <class Body>
-void ForParts(bool both, const Body& body) {
-  if (both)
-    OnBothCores(body);
-  else
-    body(0);
-}
-
 // Sorts `keys` by their upper 32 bits, of which only the low 30 (a Morton code) are set,
 // keeping the order of equal codes: three passes of ten bits, each counted and then scattered
 // by both threads when `both` (each its half, the first half's keys of a digit before the
@@ -815,32 +834,61 @@ void TriangleMeshIntersector::_SetMesh(const T* vertices, size_t vertex_count, c
   m_vertices.resize(3 * vertex_count);
   std::transform(vertices, vertices + 3 * vertex_count, m_vertices.begin(), [](T v) { return static_cast<double>(v); });
 
-  // The top of the tree: nodes of many triangles are split by both threads together, breadth
-  // first, until every node left is smaller than kParallelNode.
-  const Builder<Node> builder(primitives.get());
+  // The top of the tree, over the coarse cells of the grid (found by both threads in one pass):
+  // cut between runs of cells as the nodes below are cut between runs of primitives, on this
+  // thread, down to single cells or nodes of few primitives. These become the subtrees.
+  const std::vector<Cell> cells = CellsOf(primitives.get(), count, both);
   std::vector<Node> top(1);
-  top.reserve(2 * (count / kParallelNode) + 4);
-  std::vector<Task> pending{{0, 0, count, 1, boxes[0], Box{}}};
+  top.reserve(2 * cells.size());
   std::vector<Task> subtrees;
   size_t depth = 1;
-  while (!pending.empty()) {
-    std::vector<Task> next;
-    for (const Task& task : pending) {
+  {
+    struct CellTask {
+      uint32_t node, first, end;  // cells [first, end)
+      size_t depth;
+      Box box;
+    };
+    std::vector<CellTask> stack{{0, 0, static_cast<uint32_t>(cells.size()), 1, boxes[0]}};
+    while (!stack.empty()) {
+      const CellTask task = stack.back();
+      stack.pop_back();
       depth = std::max(depth, task.depth);
-      if (!both || task.end - task.begin < kParallelNode) {
-        subtrees.push_back(task);
+      const uint32_t begin = cells[task.first].begin, end = cells[task.end - 1].end;
+      if (task.end - task.first == 1 || end - begin < kTopNode) {
+        subtrees.push_back({task.node, begin, end, task.depth, task.box, Box{}});
         continue;
       }
-      Task children[2];
-      if (builder.SplitTask(task, top, children, true)) next.insert(next.end(), children, children + 2);
+      const uint32_t differ = cells[task.first].code ^ cells[task.end - 1].code;
+      const int high = static_cast<int>(std::bit_width(differ)) - 1;
+      const int shift = std::max(high - 3, 0);
+      const uint32_t runs = 2u << (high - shift);
+      const uint32_t base = (cells[task.first].code >> shift) & ~(runs - 1);
+      Bins bins;
+      uint32_t bound[kBins + 1];
+      bound[0] = task.first;
+      for (uint32_t r = 0, c = task.first; r < runs; ++r) {
+        const uint64_t below = uint64_t{base + r + 1} << shift;
+        for (; c < task.end && cells[c].code < below; ++c) {
+          bins.box[r].Grow(cells[c].box);
+          bins.count[r] += cells[c].end - cells[c].begin;
+        }
+        bound[r + 1] = c;
+      }
+      const Split split = CutRuns(bins, runs, end - begin, task.depth >= kBalancedDepth);
+      const uint32_t left = static_cast<uint32_t>(top.size());
+      float lo[4], hi[4];
+      task.box.Get(lo, hi);
+      top[task.node] = Node{{lo[0], lo[1], lo[2]}, left, {hi[0], hi[1], hi[2]}, 0};
+      top.emplace_back();
+      top.emplace_back();
+      stack.push_back({left + 1, bound[split.bin], task.end, task.depth + 1, split.right});
+      stack.push_back({left, task.first, bound[split.bin], task.depth + 1, split.left});
     }
-    pending.swap(next);
   }
 
-  // The subtrees below: each into nodes of its own (its root first), shared out between the
-  // threads, largest first, to the one with less work so far.
-  std::vector<std::vector<Node>> subtree_nodes(subtrees.size());
-  std::vector<size_t> subtree_depth(subtrees.size(), 0);
+  // The subtrees: shared out between the threads, largest first, to the one with less work so
+  // far; each thread builds its subtrees one after the other into nodes of its own, a subtree's
+  // root first.
   std::vector<uint32_t> order(subtrees.size());
   std::iota(order.begin(), order.end(), 0u);
   std::stable_sort(order.begin(), order.end(), [&](uint32_t a, uint32_t b) {
@@ -853,38 +901,46 @@ void TriangleMeshIntersector::_SetMesh(const T* vertices, size_t vertex_count, c
     share[k].push_back(s);
     load[k] += subtrees[s].end - subtrees[s].begin;
   }
+  const Builder<Node> builder(primitives.get());
+  std::vector<Node> thread_nodes[2];
+  std::vector<uint32_t> subtree_start(subtrees.size() + 1), subtree_end(subtrees.size());
+  size_t thread_depth[2] = {0, 0};
+  std::vector<uint8_t> built_by(subtrees.size(), 0);
   ForParts(both, [&](int k) {
+    std::vector<Node>& nodes = thread_nodes[k];
+    nodes.reserve(2 * static_cast<size_t>(load[k]) / 3 + 16);
+    std::vector<Task> tasks;
     for (const uint32_t s : share[k]) {
-      std::vector<Node>& nodes = subtree_nodes[s];
-      nodes.reserve(2 * static_cast<size_t>(subtrees[s].end - subtrees[s].begin));
+      built_by[s] = static_cast<uint8_t>(k);
+      subtree_start[s] = static_cast<uint32_t>(nodes.size());
       nodes.emplace_back();
       Task root = subtrees[s];
-      root.node = 0;
-      std::vector<Task> tasks{root};
-      subtree_depth[s] = builder.BuildSerial(tasks, nodes);
+      root.node = subtree_start[s];
+      tasks.assign(1, root);
+      thread_depth[k] = std::max(thread_depth[k], builder.BuildSerial(tasks, nodes));
+      subtree_end[s] = static_cast<uint32_t>(nodes.size());
     }
   });
 
   // One array: the top, then each subtree in the order of its task, with child indices moved.
   size_t total = top.size();
-  for (const std::vector<Node>& nodes : subtree_nodes) total += nodes.size() - 1;
+  for (const std::vector<Node>& nodes : thread_nodes) total += nodes.size();
   m_nodes = std::move(top);
-  m_nodes.reserve(total);
+  m_nodes.reserve(total - subtrees.size());
   for (size_t s = 0; s < subtrees.size(); ++s) {
-    const std::vector<Node>& nodes = subtree_nodes[s];
-    const uint32_t base = static_cast<uint32_t>(m_nodes.size()) - 1;  // local index k >= 1 goes to base + k
-    Node root = nodes.front();
+    const std::vector<Node>& nodes = thread_nodes[built_by[s]];
+    // Local index k past the root goes to base + k.
+    const uint32_t base = static_cast<uint32_t>(m_nodes.size()) - 1 - subtree_start[s];
+    Node root = nodes[subtree_start[s]];
     if (root.count == 0) root.first += base;
     m_nodes[subtrees[s].node] = root;
-    for (size_t i = 1; i < nodes.size(); ++i) {
+    for (uint32_t i = subtree_start[s] + 1; i < subtree_end[s]; ++i) {
       Node node = nodes[i];
       if (node.count == 0) node.first += base;
       m_nodes.push_back(node);
     }
-    depth = std::max(depth, subtree_depth[s]);
-    std::vector<Node>().swap(subtree_nodes[s]);
   }
-  m_depth = depth;
+  m_depth = std::max({depth, thread_depth[0], thread_depth[1]});
 
   // The triangles in leaf order.
   m_triangles.resize(count);

@@ -402,12 +402,45 @@ Split Sweep(const Bins& bins, uint32_t n) {
   return best;
 }
 
+// The runs of a node's cells or primitives: their boxes and numbers of primitives.
+struct Runs {
+  std::array<Box, kBins> box;
+  std::array<uint32_t, kBins> count{};
+};
+
 // The cut between runs of a node's cells or primitives (in the order of their codes): the
 // cheapest by the surface area heuristic, or where the first differing bit changes when
 // `halve` (deep in the tree) or when no cost could be compared (boxes past the range of float).
-Split CutRuns(const Bins& bins, uint32_t runs, uint32_t n, bool halve) {
+Split CutRuns(const Runs& bins, uint32_t runs, uint32_t n, bool halve) {
   Split split;
-  if (!halve) split = Sweep(bins, n);
+  if (!halve) {
+    // The sweep over the runs' boxes, from the right and then from the left.
+    Box right_box[kBins];
+    uint32_t right_count[kBins];
+    Box box;
+    uint32_t running = 0;
+    for (uint32_t r = runs - 1; r > 0; --r) {
+      box.Grow(bins.box[r]);
+      running += bins.count[r];
+      right_box[r] = box;
+      right_count[r] = running;
+    }
+    box = Box{};
+    running = 0;
+    for (uint32_t r = 0; r + 1 < runs; ++r) {
+      box.Grow(bins.box[r]);
+      running += bins.count[r];
+      if (running == 0 || running == n) continue;
+      const float cost = box.HalfArea() * static_cast<float>(running) +
+                         right_box[r + 1].HalfArea() * static_cast<float>(right_count[r + 1]);
+      if (cost < split.cost) {
+        split.cost = cost;
+        split.bin = static_cast<int>(r + 1);
+        split.left = box;
+        split.right = right_box[r + 1];
+      }
+    }
+  }
   if (split.bin == 0) {
     split.bin = static_cast<int>(runs / 2);
     for (uint32_t r = 0; r < runs; ++r) (r < runs / 2 ? split.left : split.right).Grow(bins.box[r]);
@@ -548,8 +581,8 @@ class Builder {
     const uint32_t base = (m_p[task.begin].bin >> shift) & ~(runs - 1);
     const auto limit = [&](uint32_t r) -> uint64_t { return uint64_t{base + r + 1} << shift; };
     uint32_t bound[kBins + 1];
-    Bins bins;
-    const auto box_runs = [&](uint32_t begin, uint32_t end, Bins& out, uint32_t* ends) {  // NOLINT
+    Runs bins;
+    const auto box_runs = [&](uint32_t begin, uint32_t end, Runs& out, uint32_t* ends) {
       uint32_t i = begin;
       for (uint32_t r = 0; r < runs; ++r) {
         Box a, b;
@@ -863,7 +896,7 @@ void TriangleMeshIntersector::_SetMesh(const T* vertices, size_t vertex_count, c
       const int shift = std::max(high - 3, 0);
       const uint32_t runs = 2u << (high - shift);
       const uint32_t base = (cells[task.first].code >> shift) & ~(runs - 1);
-      Bins bins;
+      Runs bins;
       uint32_t bound[kBins + 1];
       bound[0] = task.first;
       for (uint32_t r = 0, c = task.first; r < runs; ++r) {

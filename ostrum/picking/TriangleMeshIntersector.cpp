@@ -63,7 +63,7 @@ struct alignas(16) Primitive {
   float lo[3];
   uint32_t id;
   float hi[3];
-  uint32_t bin;  // the bin the node being split put it in, for the partition to read
+  uint32_t bin;  // its Morton code; below a node whose codes are all equal, its bin there
 };
 static_assert(sizeof(Primitive) == 32);
 
@@ -490,9 +490,10 @@ std::vector<Cell> CellsOf(const Primitive* p, uint32_t count, bool both) {
   return std::move(cells);
 }
 
-// The builder: primitives in one array that the splits partition in place, so that the
-// triangles of each subtree, and in the end of each leaf, lie side by side. Node is the
-// intersector's node type.
+// The builder: primitives in one array, in Morton order, that each split cuts in two ranges
+// (only the binned split of equal codes and the exact split of sorted centres reorder a range),
+// so that the triangles of each subtree, and in the end of each leaf, lie side by side. Node is
+// the intersector's node type.
 template <class Node>
 class Builder {
  public:

@@ -921,8 +921,8 @@ void TriangleMeshIntersector::_SetMesh(const T* vertices, size_t vertex_count, c
   }
 
   // The subtrees: shared out between the threads, largest first, to the one with less work so
-  // far; each thread builds its subtrees one after the other into nodes of its own, a subtree's
-  // root first.
+  // far. This thread builds its subtrees one after the other into the top's nodes; the other
+  // builds its own into nodes of its own (a subtree's root first), appended when both are done.
   std::vector<uint32_t> order(subtrees.size());
   std::iota(order.begin(), order.end(), 0u);
   std::stable_sort(order.begin(), order.end(), [&](uint32_t a, uint32_t b) {
@@ -936,40 +936,39 @@ void TriangleMeshIntersector::_SetMesh(const T* vertices, size_t vertex_count, c
     load[k] += subtrees[s].end - subtrees[s].begin;
   }
   const Builder<Node> builder(primitives.get());
-  std::vector<Node> thread_nodes[2];
-  std::vector<uint32_t> subtree_start(subtrees.size() + 1), subtree_end(subtrees.size());
+  // About 2.2 nodes a leaf of 4 to 5 triangles; more only costs a copy.
+  top.reserve(top.size() + static_cast<size_t>(load[0]) / 2 + 16);
+  std::vector<Node> other;
+  other.reserve(static_cast<size_t>(load[1]) / 2 + 16);
+  std::vector<uint32_t> other_start(subtrees.size(), 0), other_end(subtrees.size(), 0);
   size_t thread_depth[2] = {0, 0};
-  std::vector<uint8_t> built_by(subtrees.size(), 0);
   ForParts(both, [&](int k) {
-    std::vector<Node>& nodes = thread_nodes[k];
-    nodes.reserve(2 * static_cast<size_t>(load[k]) / 3 + 16);
     std::vector<Task> tasks;
     for (const uint32_t s : share[k]) {
-      built_by[s] = static_cast<uint8_t>(k);
-      subtree_start[s] = static_cast<uint32_t>(nodes.size());
-      nodes.emplace_back();
       Task root = subtrees[s];
-      root.node = subtree_start[s];
+      if (k == 1) {
+        other_start[s] = static_cast<uint32_t>(other.size());
+        other.emplace_back();
+        root.node = other_start[s];
+      }
       tasks.assign(1, root);
-      thread_depth[k] = std::max(thread_depth[k], builder.BuildSerial(tasks, nodes));
-      subtree_end[s] = static_cast<uint32_t>(nodes.size());
+      thread_depth[k] = std::max(thread_depth[k], builder.BuildSerial(tasks, k == 0 ? top : other));
+      if (k == 1) other_end[s] = static_cast<uint32_t>(other.size());
     }
   });
 
-  // One array: the top, then each subtree in the order of its task, with child indices moved.
-  size_t total = top.size();
-  for (const std::vector<Node>& nodes : thread_nodes) total += nodes.size();
+  // One array: the top with the first thread's subtrees, then the other's in the order it built
+  // them, with child indices moved.
   m_nodes = std::move(top);
-  m_nodes.reserve(total - subtrees.size());
-  for (size_t s = 0; s < subtrees.size(); ++s) {
-    const std::vector<Node>& nodes = thread_nodes[built_by[s]];
+  m_nodes.reserve(m_nodes.size() + other.size());
+  for (const uint32_t s : share[1]) {
     // Local index k past the root goes to base + k.
-    const uint32_t base = static_cast<uint32_t>(m_nodes.size()) - 1 - subtree_start[s];
-    Node root = nodes[subtree_start[s]];
+    const uint32_t base = static_cast<uint32_t>(m_nodes.size()) - 1 - other_start[s];
+    Node root = other[other_start[s]];
     if (root.count == 0) root.first += base;
     m_nodes[subtrees[s].node] = root;
-    for (uint32_t i = subtree_start[s] + 1; i < subtree_end[s]; ++i) {
-      Node node = nodes[i];
+    for (uint32_t i = other_start[s] + 1; i < other_end[s]; ++i) {
+      Node node = other[i];
       if (node.count == 0) node.first += base;
       m_nodes.push_back(node);
     }

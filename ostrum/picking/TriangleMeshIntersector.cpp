@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cmath>
 #include <cstring>
 #include <memory>
@@ -37,15 +38,23 @@ namespace {
 
 constexpr int kBins = 16;
 constexpr uint32_t kMaxLeaf = 8;
-// What visiting a node costs, in triangle tests: a split must save more than that.
-constexpr float kNodeCost = 1.0f;
+// What visiting a node costs, in triangle tests: a split must save more than that. Measured
+// against Embree per ray, 3 keeps the tree's quality and halves the nodes that 1 gave.
+constexpr float kNodeCost = 3.0f;
 constexpr size_t kMaxDepth = 64;
 // Nodes of up to this many triangles are split exactly rather than by bins.
 constexpr uint32_t kSmallNode = 16;
-// From this many triangles on, the build uses the second core: a node this large is binned and
-// partitioned by both threads together, and the subtrees below that size are shared out
-// between the two threads, largest first.
+// From this many triangles on, the build uses the second core: the passes over all primitives
+// and their sort are shared, and the subtrees below the top are shared out, largest first.
 constexpr uint32_t kParallelNode = 32768;
+// The top of the tree is cut over cells of the grid down to nodes of fewer triangles than this.
+constexpr uint32_t kTopNode = 64;
+// From this depth on, nodes are cut where the first differing bit of their codes changes, so
+// that each level takes at least one bit and no chain of lopsided cuts runs past kMaxDepth.
+constexpr size_t kBalancedDepth = 32;
+// The coarse cells of the grid over which the top of the tree is cut: codes shifted by this,
+// 32 cells a side.
+constexpr int kCellShift = 15;
 
 constexpr float kInfinity = std::numeric_limits<float>::infinity();
 
@@ -55,7 +64,7 @@ struct alignas(16) Primitive {
   float lo[3];
   uint32_t id;
   float hi[3];
-  uint32_t bin;  // the bin the node being split put it in, for the partition to read
+  uint32_t bin;  // its Morton code; below a node whose codes are all equal, its bin there
 };
 static_assert(sizeof(Primitive) == 32);
 
@@ -89,6 +98,19 @@ inline void GrowCentre(Box& box, const Primitive& p) {
   const __m128 c = _mm_add_ps(_mm_load_ps(p.lo), _mm_load_ps(p.hi));
   box.Grow(c, c);
 }
+// Writes a new primitive with the box lo, hi and grows `box` by it and `centres` by its centre
+// if that is finite. The box goes from registers to both (not back from memory, where it was
+// just written in parts).
+inline void StorePrimitive(Primitive& p, const float* l, const float* h, uint32_t id, Box& box, Box& centres) {
+  const __m128 lo = _mm_setr_ps(l[0], l[1], l[2], 0.0f), hi = _mm_setr_ps(h[0], h[1], h[2], 0.0f);
+  _mm_store_ps(p.lo, lo);
+  _mm_store_ps(p.hi, hi);
+  p.id = id;
+  p.bin = 0;
+  box.Grow(lo, hi);
+  const __m128 c = _mm_add_ps(lo, hi);
+  if ((_mm_movemask_ps(_mm_cmpeq_ps(_mm_sub_ps(c, c), _mm_setzero_ps())) & 7) == 7) centres.Grow(c, c);
+}
 #else
 struct Box {
   float lo[4] = {kInfinity, kInfinity, kInfinity, kInfinity};
@@ -116,7 +138,51 @@ inline void GrowCentre(Box& box, const Primitive& p) {
   const float c[3] = {p.lo[0] + p.hi[0], p.lo[1] + p.hi[1], p.lo[2] + p.hi[2]};
   box.Grow(c, c);
 }
+inline void StorePrimitive(Primitive& p, const float* l, const float* h, uint32_t id, Box& box, Box& centres) {
+  std::copy(l, l + 3, p.lo);
+  std::copy(h, h + 3, p.hi);
+  p.id = id;
+  p.bin = 0;
+  box.Grow(l, h);
+  const float c[3] = {l[0] + h[0], l[1] + h[1], l[2] + h[2]};
+  if (c[0] - c[0] == 0.0f && c[1] - c[1] == 0.0f && c[2] - c[2] == 0.0f) centres.Grow(c, c);
+}
 #endif
+
+// Where a primitive's (doubled) centre lies on a grid of 1024 cubic cells a side over the box of
+// the finite centres: its 30-bit Morton code (x, y, z bits interleaved, x highest). Centres
+// outside the grid (infinite ones) go to the nearest cell, NaN coordinates to the first.
+struct MortonGrid {
+  float origin[3] = {0.0f, 0.0f, 0.0f};
+  float scale = 0.0f;  // 0 when the finite centres are one point or there are none: every code 0
+
+  explicit MortonGrid(const Box& finite_centres) {
+    float lo[4], hi[4];
+    finite_centres.Get(lo, hi);
+    double extent = 0.0;
+    for (int a = 0; a < 3; ++a) {
+      origin[a] = lo[a];
+      extent = std::max(extent, static_cast<double>(hi[a]) - static_cast<double>(lo[a]));  // 0 if empty
+    }
+    if (extent > 0.0) scale = static_cast<float>(std::min(1024.0 / extent, double{std::numeric_limits<float>::max()}));
+  }
+  // Ten bits spread to every third place.
+  static uint32_t Spread(uint32_t v) {
+    v = (v * 0x00010001u) & 0xFF0000FFu;
+    v = (v * 0x00000101u) & 0x0F00F00Fu;
+    v = (v * 0x00000011u) & 0xC30C30C3u;
+    return (v * 0x00000005u) & 0x49249249u;
+  }
+  uint32_t operator()(const Primitive& p) const {
+    uint32_t code = 0;
+    for (int a = 0; a < 3; ++a) {
+      const float f = (p.lo[a] + p.hi[a] - origin[a]) * scale;
+      const uint32_t cell = f > 0.0f ? static_cast<uint32_t>(std::min(f, 1023.0f)) : 0u;
+      code |= Spread(cell) << (2 - a);
+    }
+    return code;
+  }
+};
 
 // The bins of one node: the boxes of their primitives and of their primitives' (doubled)
 // centres, so that the split gives both children both boxes without another pass.
@@ -198,6 +264,15 @@ void OnBothCores(const Body& body) {
   other.join();
 }
 
+// Runs body(0) and body(1) on two threads when `both`, otherwise body(0) alone.
+template <class Body>
+void ForParts(bool both, const Body& body) {
+  if (both)
+    OnBothCores(body);
+  else
+    body(0);
+}
+
 // The ray prepared for box tests: per axis the inverse direction, or for an axis the ray runs
 // parallel to, the origin that must lie inside the slab.
 struct PreparedRay {
@@ -260,11 +335,15 @@ bool Prepare(const TriangleMeshIntersector::Ray& ray, PreparedRay& r) {
 }
 
 // A node still to be built: the primitives [begin, end) below it, their box and the box of
-// their (doubled) centres.
+// their (doubled) centres. Primitives come sorted by the Morton code of their centre, which
+// each carries in `bin`; once a node's primitives all share one code (`one_cell`), the node and
+// everything below it is split by binned centres, whose partition reuses `bin`, and `centres`
+// is known (an empty box is found again from the primitives).
 struct Task {
   uint32_t node, begin, end;
   size_t depth;
   Box box, centres;
+  bool one_cell = false;
 };
 
 // How a node is split, as the sweep over its bins finds it.
@@ -274,11 +353,11 @@ struct Split {
   Box left, right, left_centres, right_centres;
 };
 
-// The split axis and bins of a task: the axis where the centres spread most.
-Binner BinnerOf(const Task& task) {
+// The split axis and bins of a node's centres: the axis where they spread most.
+Binner BinnerOf(const Box& centres) {
   Binner bin_of;
   float lo[4], hi[4];
-  task.centres.Get(lo, hi);
+  centres.Get(lo, hi);
   for (int a = 1; a < 3; ++a)
     if (hi[a] - lo[a] > hi[bin_of.axis] - lo[bin_of.axis]) bin_of.axis = a;
   bin_of.origin = lo[bin_of.axis];
@@ -324,9 +403,98 @@ Split Sweep(const Bins& bins, uint32_t n) {
   return best;
 }
 
-// The builder: primitives in one array that the splits partition in place, so that the
-// triangles of each subtree, and in the end of each leaf, lie side by side. Node is the
-// intersector's node type.
+// The runs of a node's cells or primitives: their boxes and numbers of primitives.
+struct Runs {
+  std::array<Box, kBins> box;
+  std::array<uint32_t, kBins> count{};
+};
+
+// The cut between runs of a node's cells or primitives (in the order of their codes): the
+// cheapest by the surface area heuristic, or where the first differing bit changes when
+// `halve` (deep in the tree) or when no cost could be compared (boxes past the range of float).
+Split CutRuns(const Runs& bins, uint32_t runs, uint32_t n, bool halve) {
+  Split split;
+  if (!halve) {
+    // The sweep over the runs' boxes, from the right and then from the left.
+    Box right_box[kBins];
+    uint32_t right_count[kBins];
+    Box box;
+    uint32_t running = 0;
+    for (uint32_t r = runs - 1; r > 0; --r) {
+      box.Grow(bins.box[r]);
+      running += bins.count[r];
+      right_box[r] = box;
+      right_count[r] = running;
+    }
+    box = Box{};
+    running = 0;
+    for (uint32_t r = 0; r + 1 < runs; ++r) {
+      box.Grow(bins.box[r]);
+      running += bins.count[r];
+      if (running == 0 || running == n) continue;
+      const float cost = box.HalfArea() * static_cast<float>(running) +
+                         right_box[r + 1].HalfArea() * static_cast<float>(right_count[r + 1]);
+      if (cost < split.cost) {
+        split.cost = cost;
+        split.bin = static_cast<int>(r + 1);
+        split.left = box;
+        split.right = right_box[r + 1];
+      }
+    }
+  }
+  if (split.bin == 0) {
+    split.bin = static_cast<int>(runs / 2);
+    for (uint32_t r = 0; r < runs; ++r) (r < runs / 2 ? split.left : split.right).Grow(bins.box[r]);
+  }
+  return split;
+}
+
+// A coarse cell of the grid: its code (the primitives' codes shifted by kCellShift), the run
+// [begin, end) of the sorted primitives in it and their box.
+struct Cell {
+  uint32_t code, begin, end;
+  Box box;
+};
+
+// The cells of the sorted primitives [begin, end), in order.
+void AppendCells(const Primitive* p, uint32_t begin, uint32_t end, std::vector<Cell>& cells) {
+  for (uint32_t i = begin; i < end;) {
+    const uint32_t code = p[i].bin >> kCellShift;
+    const uint64_t below = uint64_t{code + 1} << kCellShift;
+    Box a, b;
+    uint32_t j = i;
+    for (; j + 1 < end && p[j + 1].bin < below; j += 2) {
+      GrowBox(a, p[j]);
+      GrowBox(b, p[j + 1]);
+    }
+    if (j < end && p[j].bin < below) GrowBox(a, p[j++]);
+    a.Grow(b);
+    cells.push_back({code, i, j, a});
+    i = j;
+  }
+}
+
+// The cells of all `count` sorted primitives; with `both`, each thread finds those of one half
+// and a cell cut by the middle is joined again.
+std::vector<Cell> CellsOf(const Primitive* p, uint32_t count, bool both) {
+  std::vector<Cell> halves[2];
+  const uint32_t middle = both ? count / 2 : count;
+  ForParts(both, [&](int k) { AppendCells(p, k == 0 ? 0 : middle, k == 0 ? middle : count, halves[k]); });
+  std::vector<Cell>& cells = halves[0];
+  size_t from = 0;
+  if (!cells.empty() && !halves[1].empty() && cells.back().code == halves[1].front().code) {
+    cells.back().end = halves[1].front().end;
+    cells.back().box.Grow(halves[1].front().box);
+    from = 1;
+  }
+  cells.insert(cells.end(), halves[1].begin() + static_cast<std::ptrdiff_t>(from), halves[1].end());
+  return std::move(cells);
+}
+
+// The builder: primitives in one array, in Morton order, that each split cuts in two ranges
+// (only the binned split of equal codes and the exact split of sorted centres reorder a range),
+// so that the triangles of each subtree, and in the end of each leaf, lie side by side. Node is
+// the intersector's node type.
 template <class Node>
 class Builder {
  public:
@@ -341,7 +509,7 @@ class Builder {
       tasks.pop_back();
       depth = std::max(depth, task.depth);
       Task children[2];
-      if (!SplitTask(task, nodes, children, false)) continue;
+      if (!SplitTask(task, nodes, children)) continue;
       tasks.push_back(children[1]);
       tasks.push_back(children[0]);
     }
@@ -349,10 +517,8 @@ class Builder {
   }
 
   // Splits `task`: writes its node (a leaf, or an inner node whose two children are appended
-  // to `nodes`), and answers whether there are children, with their tasks. With `both_cores`
-  // the binning and the partition run on two threads.
-  bool SplitTask(const Task& task, std::vector<Node>& nodes, Task* children,
-                 bool both_cores) const {
+  // to `nodes`), and answers whether there are children, with their tasks.
+  bool SplitTask(const Task& task, std::vector<Node>& nodes, Task* children) const {
     Node& node = nodes[task.node];
     float lo[4], hi[4];
     task.box.Get(lo, hi);
@@ -365,21 +531,17 @@ class Builder {
       return false;
     }
     if (n <= kSmallNode) return SplitSmall(task, nodes, children);
-    const Binner bin_of = BinnerOf(task);
+    if (!task.one_cell && m_p[task.begin].bin != m_p[task.end - 1].bin)
+      return SplitMorton(task, nodes, children);
+    // One Morton cell: bins over the centres, as far down as the node goes.
+    Box centres = task.centres;
+    if (centres.Empty())
+      for (uint32_t i = task.begin; i < task.end; ++i) GrowCentre(centres, m_p[i]);
+    const Binner bin_of = BinnerOf(centres);
     Split split;
     if (bin_of.scale > 0.0f) {
       Bins bins;
-      if (both_cores) {
-        Bins halves[2];
-        const uint32_t middle = task.begin + n / 2;
-        OnBothCores([&](int k) {
-          BinRange(m_p, k == 0 ? task.begin : middle, k == 0 ? middle : task.end, bin_of, halves[k]);
-        });
-        bins = halves[0];
-        bins.Merge(halves[1]);
-      } else {
-        BinRange(m_p, task.begin, task.end, bin_of, bins);
-      }
+      BinRange(m_p, task.begin, task.end, bin_of, bins);
       split = Sweep(bins, n);
     }
     // A split pays for itself against one more box test per triangle; small nodes may stay.
@@ -393,20 +555,7 @@ class Builder {
       // Every centre in one place: halve the range (the halves keep the node's boxes).
       middle = task.begin + n / 2;
       split.left = split.right = task.box;
-      split.left_centres = split.right_centres = task.centres;
-    } else if (both_cores) {
-      // Each thread partitions one half: [left0 right0 | left1 right1]; then the shorter of
-      // right0 and left1 trades places with the far end of the other.
-      const uint32_t half = task.begin + n / 2;
-      uint32_t ends[2];
-      OnBothCores([&](int k) {
-        ends[k] = PartitionRange(m_p, k == 0 ? task.begin : half, k == 0 ? half : task.end,
-                                 static_cast<uint32_t>(split.bin));
-      });
-      const uint32_t right0 = half - ends[0], left1 = ends[1] - half;
-      const uint32_t moved = std::min(right0, left1);
-      std::swap_ranges(m_p + ends[0], m_p + ends[0] + moved, m_p + ends[1] - moved);
-      middle = ends[0] + left1;
+      split.left_centres = split.right_centres = centres;
     } else {
       middle = PartitionRange(m_p, task.begin, task.end, static_cast<uint32_t>(split.bin));
     }
@@ -415,18 +564,59 @@ class Builder {
     nodes[task.node].count = 0;
     nodes.push_back(Node{});
     nodes.push_back(Node{});
-    children[0] = {left_index, task.begin, middle, task.depth + 1, split.left, split.left_centres};
-    children[1] = {left_index + 1, middle, task.end, task.depth + 1, split.right, split.right_centres};
+    children[0] = {left_index, task.begin, middle, task.depth + 1, split.left, split.left_centres, true};
+    children[1] = {left_index + 1, middle, task.end, task.depth + 1, split.right, split.right_centres, true};
     return true;
   }
 
  private:
-  // A small node is split exactly: its primitives sorted by centre along the axis where the
-  // centres spread most, and every place between two of them tried. Cheaper here than bins,
-  // which would mostly be empty, and never worse.
+  // Splits a node whose primitives do not all share one Morton code. Below the codes' common
+  // prefix, the next bits (up to four, the first of which differs) cut the node's range into up
+  // to 16 runs lying side by side in the array, each a cell of the grid; the surface area
+  // heuristic picks the cut between two runs, so no primitive moves.
+  bool SplitMorton(const Task& task, std::vector<Node>& nodes, Task* children) const {
+    const uint32_t differ = m_p[task.begin].bin ^ m_p[task.end - 1].bin;
+    const int high = std::bit_width(differ) - 1;
+    const int shift = std::max(high - 3, 0);
+    const uint32_t runs = 2u << (high - shift);
+    // Run r holds the codes below (base + r + 1) << shift; the runs' ends are found in the pass
+    // that boxes them, in two chains.
+    const uint32_t base = (m_p[task.begin].bin >> shift) & ~(runs - 1);
+    uint32_t bound[kBins + 1];
+    Runs bins;
+    bound[0] = task.begin;
+    for (uint32_t r = 0, i = task.begin; r < runs; ++r) {
+      Box a, b;
+      const uint64_t below = uint64_t{base + r + 1} << shift;
+      for (; i + 1 < task.end && m_p[i + 1].bin < below; i += 2) {
+        GrowBox(a, m_p[i]);
+        GrowBox(b, m_p[i + 1]);
+      }
+      if (i < task.end && m_p[i].bin < below) GrowBox(a, m_p[i++]);
+      a.Grow(b);
+      bins.box[r] = a;
+      bins.count[r] = i - bound[r];
+      bound[r + 1] = i;
+    }
+    const Split split = CutRuns(bins, runs, task.end - task.begin, task.depth >= kBalancedDepth);
+    const uint32_t middle = bound[split.bin];
+    const uint32_t left_index = static_cast<uint32_t>(nodes.size());
+    nodes[task.node].first = left_index;
+    nodes[task.node].count = 0;
+    nodes.push_back(Node{});
+    nodes.push_back(Node{});
+    children[0] = {left_index, task.begin, middle, task.depth + 1, split.left, Box{}};
+    children[1] = {left_index + 1, middle, task.end, task.depth + 1, split.right, Box{}};
+    return true;
+  }
+
+  // A small node is split exactly: every place between two of its primitives is tried, in the
+  // order of their Morton codes where these differ, otherwise sorted by centre along the axis
+  // where the centres spread most. Cheaper here than bins, which would mostly be empty.
   bool SplitSmall(const Task& task, std::vector<Node>& nodes, Task* children) const {
     Primitive* p = m_p + task.begin;
     const uint32_t n = task.end - task.begin;
+    if (!task.one_cell && p[0].bin != p[n - 1].bin) return SweepSmall(task, nodes, children);
     Box centres;
     for (uint32_t i = 0; i < n; ++i) GrowCentre(centres, p[i]);
     float lo[4], hi[4];
@@ -448,7 +638,6 @@ class Builder {
       key[j] = k;
       p[j] = here;
     }
-    Box right[kSmallNode];
     Box running;
     if (!(hi[axis] > lo[axis])) {
       // Every centre in one place: no place is better than another, so halve.
@@ -467,10 +656,19 @@ class Builder {
       node.count = 0;
       nodes.push_back(Node{});
       nodes.push_back(Node{});
-      children[0] = {left_index, task.begin, task.begin + middle, task.depth + 1, left, Box{}};
-      children[1] = {left_index + 1, task.begin + middle, task.end, task.depth + 1, running, Box{}};
+      children[0] = {left_index, task.begin, task.begin + middle, task.depth + 1, left, Box{}, task.one_cell};
+      children[1] = {left_index + 1, task.begin + middle, task.end, task.depth + 1, running, Box{}, task.one_cell};
       return true;
     }
+    return SweepSmall(task, nodes, children);
+  }
+
+  // Splits a small node at the cheapest place between two of its primitives in their order.
+  bool SweepSmall(const Task& task, std::vector<Node>& nodes, Task* children) const {
+    const Primitive* p = m_p + task.begin;
+    const uint32_t n = task.end - task.begin;
+    Box right[kSmallNode];
+    Box running;
     for (uint32_t i = n - 1; i > 0; --i) {
       GrowBox(running, p[i]);
       right[i] = running;
@@ -499,9 +697,9 @@ class Builder {
     node.count = 0;
     nodes.push_back(Node{});
     nodes.push_back(Node{});
-    // The children find their own centres' box.
-    children[0] = {left_index, task.begin, task.begin + best, task.depth + 1, best_left, Box{}};
-    children[1] = {left_index + 1, task.begin + best, task.end, task.depth + 1, right[best], Box{}};
+    // The children find their own centres. box; they are in one cell if this node is.
+    children[0] = {left_index, task.begin, task.begin + best, task.depth + 1, best_left, Box{}, task.one_cell};
+    children[1] = {left_index + 1, task.begin + best, task.end, task.depth + 1, right[best], Box{}, task.one_cell};
     return true;
   }
 
@@ -522,7 +720,8 @@ inline void WidenedBounds(T low, T high, float& lo, float& hi) {
 }
 
 // The triangles of `indices` [begin, end) that can be hit, with their boxes, written to `out`
-// in order; the boxes of them and of their centres grow `box` and `centres`. Answers how many.
+// in order; the boxes of them and of their finite centres grow `box` and `centres`. Answers how
+// many.
 template <class T>
 uint32_t MakePrimitives(const T* vertices, size_t vertex_count, const uint32_t* indices, size_t begin, size_t end,
                         Primitive* out, Box& box, Box& centres) {
@@ -543,25 +742,47 @@ uint32_t MakePrimitives(const T* vertices, size_t vertex_count, const uint32_t* 
     }
     const double n[3] = {e1[1] * e2[2] - e1[2] * e2[1], e1[2] * e2[0] - e1[0] * e2[2], e1[0] * e2[1] - e1[1] * e2[0]};
     if (n[0] == 0.0 && n[1] == 0.0 && n[2] == 0.0) continue;  // no area: never hit
-    Primitive& prim = out[made++];
+    float lo[3], hi[3];
     for (int a = 0; a < 3; ++a)
       WidenedBounds(std::min(std::min(c[0][a], c[1][a]), c[2][a]), std::max(std::max(c[0][a], c[1][a]), c[2][a]),
-                    prim.lo[a], prim.hi[a]);
-    prim.id = static_cast<uint32_t>(i);
-    prim.bin = 0;
-    GrowBox(box, prim);
-    GrowCentre(centres, prim);
+                    lo[a], hi[a]);
+    StorePrimitive(out[made++], lo, hi, static_cast<uint32_t>(i), box, centres);
   }
   return made;
 }
 
-// Runs body(0) and body(1) on two threads when `both`, otherwise body(0) alone.
-template <class Body>
-void ForParts(bool both, const Body& body) {
-  if (both)
-    OnBothCores(body);
-  else
-    body(0);
+// Sorts `keys` by their upper 32 bits, of which only the low 30 (a Morton code) are set,
+// keeping the order of equal codes: three passes of ten bits, each counted and then scattered
+// by both threads when `both` (each its half, the first half's keys of a digit before the
+// second's). `scratch` holds as many keys; answers which of the two holds the result.
+uint64_t* SortByCode(uint64_t* keys, uint64_t* scratch, size_t n, bool both) {
+  constexpr int kDigitBits = 10;
+  constexpr uint32_t kDigits = 1u << kDigitBits;
+  const size_t half = both ? n / 2 : n;
+  std::vector<uint32_t> counts(2 * kDigits);
+  for (int shift = 32; shift < 62; shift += kDigitBits) {
+    const auto digit = [shift](uint64_t key) { return static_cast<uint32_t>(key >> shift) & (kDigits - 1); };
+    std::fill(counts.begin(), counts.end(), 0u);
+    ForParts(both, [&](int k) {
+      uint32_t* count = counts.data() + k * kDigits;
+      for (size_t i = k == 0 ? 0 : half, end = k == 0 ? half : n; i < end; ++i) ++count[digit(keys[i])];
+    });
+    // Every key in one digit: this pass would move nothing.
+    if (counts[digit(keys[0])] + counts[kDigits + digit(keys[0])] == n) continue;
+    uint32_t start = 0;
+    for (uint32_t d = 0; d < kDigits; ++d) {
+      const uint32_t first = counts[d], second = counts[kDigits + d];
+      counts[d] = start;
+      counts[kDigits + d] = start + first;
+      start += first + second;
+    }
+    ForParts(both, [&](int k) {
+      uint32_t* next = counts.data() + k * kDigits;
+      for (size_t i = k == 0 ? 0 : half, end = k == 0 ? half : n; i < end; ++i) scratch[next[digit(keys[i])]++] = keys[i];
+    });
+    std::swap(keys, scratch);
+  }
+  return keys;
 }
 
 }  // namespace
@@ -619,36 +840,86 @@ void TriangleMeshIntersector::_SetMesh(const T* vertices, size_t vertex_count, c
   boxes[0].Grow(boxes[1]);
   centres[0].Grow(centres[1]);
 
+  // The primitives in the order of the Morton codes of their centres, each code in `bin`:
+  // neighbours in space lie side by side, and every node below is a range of them.
+  {
+    const MortonGrid grid(centres[0]);
+    std::unique_ptr<uint64_t[]> keys(new uint64_t[count]), scratch(new uint64_t[count]);
+    const uint32_t middle = both ? count / 2 : count;
+    ForParts(both, [&](int k) {
+      for (uint32_t i = k == 0 ? 0 : middle, end = k == 0 ? middle : count; i < end; ++i)
+        keys[i] = uint64_t{grid(primitives[i])} << 32 | i;
+    });
+    const uint64_t* sorted = SortByCode(keys.get(), scratch.get(), count, both);
+    std::unique_ptr<Primitive[]> in_order(new Primitive[count]);
+    ForParts(both, [&](int k) {
+      for (uint32_t i = k == 0 ? 0 : middle, end = k == 0 ? middle : count; i < end; ++i) {
+        in_order[i] = primitives[static_cast<uint32_t>(sorted[i])];
+        in_order[i].bin = static_cast<uint32_t>(sorted[i] >> 32);
+      }
+    });
+    primitives = std::move(in_order);
+  }
+
   // The vertices, in double (exact for float input), for the test to read.
   m_vertices.resize(3 * vertex_count);
   std::transform(vertices, vertices + 3 * vertex_count, m_vertices.begin(), [](T v) { return static_cast<double>(v); });
 
-  // The top of the tree: nodes of many triangles are split by both threads together, breadth
-  // first, until every node left is smaller than kParallelNode.
-  const Builder<Node> builder(primitives.get());
+  // The top of the tree, over the coarse cells of the grid (found by both threads in one pass):
+  // cut between runs of cells as the nodes below are cut between runs of primitives, on this
+  // thread, down to single cells or nodes of few primitives. These become the subtrees.
+  const std::vector<Cell> cells = CellsOf(primitives.get(), count, both);
   std::vector<Node> top(1);
-  top.reserve(2 * (count / kParallelNode) + 4);
-  std::vector<Task> pending{{0, 0, count, 1, boxes[0], centres[0]}};
+  top.reserve(2 * cells.size());
   std::vector<Task> subtrees;
   size_t depth = 1;
-  while (!pending.empty()) {
-    std::vector<Task> next;
-    for (const Task& task : pending) {
+  {
+    struct CellTask {
+      uint32_t node, first, end;  // cells [first, end)
+      size_t depth;
+      Box box;
+    };
+    std::vector<CellTask> stack{{0, 0, static_cast<uint32_t>(cells.size()), 1, boxes[0]}};
+    while (!stack.empty()) {
+      const CellTask task = stack.back();
+      stack.pop_back();
       depth = std::max(depth, task.depth);
-      if (!both || task.end - task.begin < kParallelNode) {
-        subtrees.push_back(task);
+      const uint32_t begin = cells[task.first].begin, end = cells[task.end - 1].end;
+      if (task.end - task.first == 1 || end - begin < kTopNode) {
+        subtrees.push_back({task.node, begin, end, task.depth, task.box, Box{}});
         continue;
       }
-      Task children[2];
-      if (builder.SplitTask(task, top, children, true)) next.insert(next.end(), children, children + 2);
+      const uint32_t differ = cells[task.first].code ^ cells[task.end - 1].code;
+      const int high = static_cast<int>(std::bit_width(differ)) - 1;
+      const int shift = std::max(high - 3, 0);
+      const uint32_t runs = 2u << (high - shift);
+      const uint32_t base = (cells[task.first].code >> shift) & ~(runs - 1);
+      Runs bins;
+      uint32_t bound[kBins + 1];
+      bound[0] = task.first;
+      for (uint32_t r = 0, c = task.first; r < runs; ++r) {
+        const uint64_t below = uint64_t{base + r + 1} << shift;
+        for (; c < task.end && cells[c].code < below; ++c) {
+          bins.box[r].Grow(cells[c].box);
+          bins.count[r] += cells[c].end - cells[c].begin;
+        }
+        bound[r + 1] = c;
+      }
+      const Split split = CutRuns(bins, runs, end - begin, task.depth >= kBalancedDepth);
+      const uint32_t left = static_cast<uint32_t>(top.size());
+      float lo[4], hi[4];
+      task.box.Get(lo, hi);
+      top[task.node] = Node{{lo[0], lo[1], lo[2]}, left, {hi[0], hi[1], hi[2]}, 0};
+      top.emplace_back();
+      top.emplace_back();
+      stack.push_back({left + 1, bound[split.bin], task.end, task.depth + 1, split.right});
+      stack.push_back({left, task.first, bound[split.bin], task.depth + 1, split.left});
     }
-    pending.swap(next);
   }
 
-  // The subtrees below: each into nodes of its own (its root first), shared out between the
-  // threads, largest first, to the one with less work so far.
-  std::vector<std::vector<Node>> subtree_nodes(subtrees.size());
-  std::vector<size_t> subtree_depth(subtrees.size(), 0);
+  // The subtrees: shared out between the threads, largest first, to the one with less work so
+  // far. This thread builds its subtrees one after the other into the top's nodes; the other
+  // builds its own into nodes of its own (a subtree's root first), appended when both are done.
   std::vector<uint32_t> order(subtrees.size());
   std::iota(order.begin(), order.end(), 0u);
   std::stable_sort(order.begin(), order.end(), [&](uint32_t a, uint32_t b) {
@@ -661,38 +932,45 @@ void TriangleMeshIntersector::_SetMesh(const T* vertices, size_t vertex_count, c
     share[k].push_back(s);
     load[k] += subtrees[s].end - subtrees[s].begin;
   }
+  const Builder<Node> builder(primitives.get());
+  // About 2.2 nodes a leaf of 4 to 5 triangles; more only costs a copy.
+  top.reserve(top.size() + static_cast<size_t>(load[0]) / 2 + 16);
+  std::vector<Node> other;
+  other.reserve(static_cast<size_t>(load[1]) / 2 + 16);
+  std::vector<uint32_t> other_start(subtrees.size(), 0), other_end(subtrees.size(), 0);
+  size_t thread_depth[2] = {0, 0};
   ForParts(both, [&](int k) {
+    std::vector<Task> tasks;
     for (const uint32_t s : share[k]) {
-      std::vector<Node>& nodes = subtree_nodes[s];
-      nodes.reserve(2 * static_cast<size_t>(subtrees[s].end - subtrees[s].begin));
-      nodes.emplace_back();
       Task root = subtrees[s];
-      root.node = 0;
-      std::vector<Task> tasks{root};
-      subtree_depth[s] = builder.BuildSerial(tasks, nodes);
+      if (k == 1) {
+        other_start[s] = static_cast<uint32_t>(other.size());
+        other.emplace_back();
+        root.node = other_start[s];
+      }
+      tasks.assign(1, root);
+      thread_depth[k] = std::max(thread_depth[k], builder.BuildSerial(tasks, k == 0 ? top : other));
+      if (k == 1) other_end[s] = static_cast<uint32_t>(other.size());
     }
   });
 
-  // One array: the top, then each subtree in the order of its task, with child indices moved.
-  size_t total = top.size();
-  for (const std::vector<Node>& nodes : subtree_nodes) total += nodes.size() - 1;
+  // One array: the top with the first thread's subtrees, then the other's in the order it built
+  // them, with child indices moved.
   m_nodes = std::move(top);
-  m_nodes.reserve(total);
-  for (size_t s = 0; s < subtrees.size(); ++s) {
-    const std::vector<Node>& nodes = subtree_nodes[s];
-    const uint32_t base = static_cast<uint32_t>(m_nodes.size()) - 1;  // local index k >= 1 goes to base + k
-    Node root = nodes.front();
+  m_nodes.reserve(m_nodes.size() + other.size());
+  for (const uint32_t s : share[1]) {
+    // Local index k past the root goes to base + k.
+    const uint32_t base = static_cast<uint32_t>(m_nodes.size()) - 1 - other_start[s];
+    Node root = other[other_start[s]];
     if (root.count == 0) root.first += base;
     m_nodes[subtrees[s].node] = root;
-    for (size_t i = 1; i < nodes.size(); ++i) {
-      Node node = nodes[i];
+    for (uint32_t i = other_start[s] + 1; i < other_end[s]; ++i) {
+      Node node = other[i];
       if (node.count == 0) node.first += base;
       m_nodes.push_back(node);
     }
-    depth = std::max(depth, subtree_depth[s]);
-    std::vector<Node>().swap(subtree_nodes[s]);
   }
-  m_depth = depth;
+  m_depth = std::max({depth, thread_depth[0], thread_depth[1]});
 
   // The triangles in leaf order.
   m_triangles.resize(count);

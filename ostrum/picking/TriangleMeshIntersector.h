@@ -3,7 +3,8 @@
 // objects whose geometry is a mesh of up to millions of triangles (bones, skin, implants).
 //
 // SetMesh copies the mesh (the vertices in double, the triangles as their three vertex indices)
-// and builds a bounding volume hierarchy over it once (binned surface area heuristic; nodes of
+// and builds a bounding volume hierarchy over it once (triangles ordered by the Morton code of
+// their centre, nodes cut between runs of grid cells by the surface area heuristic; nodes of
 // 32 bytes, the two children of a node side by side; a large mesh is built on two threads), so
 // a query costs microseconds instead of a pass over every triangle. Intersections are computed
 // in double precision with the Moller-Trumbore test on the copied corners, exactly as a pass

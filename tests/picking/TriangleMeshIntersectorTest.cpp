@@ -159,9 +159,15 @@ TEST(TriangleMeshIntersector, FindsWhatAPassOverEveryTriangleFindsOnRandomMeshes
   }
 }
 
-// Large meshes are built on two threads, which share out the top splits and the subtrees; what
-// they build must answer as the pass over every triangle does. Among the soup's triangles some
-// reach past the range of float on both sides of an axis, whose boxes have no finite centre.
+// Large meshes are built on two threads, which share out the passes, the sort and the subtrees;
+// what they build must answer as the pass over every triangle does. The primitives are ordered
+// by the Morton code of their centre on a grid over the finite centres, so the meshes also hold
+// what the grid handles apart: in the soup, triangles reaching past the range of float on both
+// sides of an axis (no finite centre: the first cell); in the clumped soup, 3000 triangles in one
+// cell (equal codes), triangles unbounded on one side (centres at infinity: the last cells, and
+// boxes whose areas cannot be compared); in the stretched soup, one triangle so far out that the
+// grid is stretched over it and every other triangle shares one code; and a pile of one
+// triangle repeated (every centre in one place).
 TEST(TriangleMeshIntersector, LargeMeshesBuiltOnTwoThreadsFindWhatAPassOverEveryTriangleFinds) {
   std::mt19937 rng(7);
   std::uniform_real_distribution<double> where(-1.5, 1.5);
@@ -170,7 +176,27 @@ TEST(TriangleMeshIntersector, LargeMeshesBuiltOnTwoThreadsFindWhatAPassOverEvery
     soup.vertices[i] = -1e300;
     soup.vertices[i + 3] = 1e300;
   }
-  for (const Mesh& mesh : {Sphere(130, 1.0), soup}) {
+  Mesh clumped = RandomSoup(rng, 40000, 0.02);
+  for (size_t i = 0; i < 9 * 3000; ++i) clumped.vertices[i] = 0.3 + 1e-6 * clumped.vertices[i];
+  // Slivers from the plane y = 0 past the range of float, standing aside (a line of sight near
+  // one gives the test in double hits outside the sliver's box, which no tree can find).
+  for (size_t t = 3000; t < clumped.TriangleCount(); t += 1013)
+    for (size_t k = 9 * t; k < 9 * t + 9; k += 3) {
+      clumped.vertices[k] = 40.0 + 0.01 * clumped.vertices[k];
+      clumped.vertices[k + 1] = k == 9 * t ? 1e39 : 0.0;
+      clumped.vertices[k + 2] = 40.0 + 0.01 * clumped.vertices[k + 2];
+    }
+  Mesh stretched = RandomSoup(rng, 40000, 0.05);
+  for (size_t i = stretched.vertices.size() - 9; i < stretched.vertices.size(); ++i) stretched.vertices[i] += 1e30;
+  Mesh pile;
+  for (uint32_t i = 0; i < 40000; ++i) {
+    pile.vertices.insert(pile.vertices.end(), {0, 0, 0, 1, 0, 0, 0, 1, 0});
+    pile.indices.insert(pile.indices.end(), {3 * i, 3 * i + 1, 3 * i + 2});
+  }
+  const char* names[] = {"sphere", "soup", "clumped", "stretched", "pile"};
+  int which = 0;
+  for (const Mesh& mesh : {Sphere(130, 1.0), soup, clumped, stretched, pile}) {
+    SCOPED_TRACE(names[which++]);
     ASSERT_GE(mesh.TriangleCount(), 40000u);
     const TriangleMeshIntersector fast = Build(mesh);
     const TriangleMeshIntersector::Stats stats = fast.GetStats();
@@ -181,6 +207,7 @@ TEST(TriangleMeshIntersector, LargeMeshesBuiltOnTwoThreadsFindWhatAPassOverEvery
       ray.origin = P(where(rng) * 3, where(rng) * 3, where(rng) * 3);
       ray.direction = P(where(rng), where(rng), where(rng)) * 0.5 - ray.origin;
       if (i % 2 == 1) ray.t_min = -kInf;
+      if (i % 3 == 2) ray.direction = P(0.3, 0.3, 0.3) + P(where(rng), where(rng), where(rng)) * 1e-6 - ray.origin;
       ExpectSameAsBruteForce(fast, mesh, ray);
     }
   }

@@ -8,6 +8,8 @@
 #include <algorithm>
 #include <bit>
 #include <cerrno>
+#include <cstdint>
+#include <cstdlib>
 #include <cstring>
 #include <limits>
 #include <new>
@@ -34,6 +36,52 @@ ssize_t ReadOnce(int fd, unsigned char* data, std::size_t size) {
     n = ::read(fd, data, std::min(size, kMaxSystemTransfer));
   } while (n < 0 && errno == EINTR);
   return n;
+}
+
+// Large reads whose memory and file offset lie differently within a page go through staging
+// memory placed like the file, then one copy in the process. On this kind of machine the
+// kernel's copy from its page cache into memory placed unlike the file is slow: a 64 MiB state
+// read 8 bytes into its undo file (after the object's own size) cost 1.22-1.40 times plain
+// files with the same bytes at offset 0, and 0.87-1.06 times through staging in chunks of 2 MiB
+// (chunks of 256 KiB gained little). Reads of memory placed like the file, small reads, and
+// files without an offset (pipes) go straight to the caller's memory.
+constexpr std::size_t kStagedReadFrom = std::size_t{64} << 10;
+constexpr std::size_t kStagingChunk = std::size_t{2} << 20;
+
+// The staging memory of this thread: one chunk and a page to place it, kept for the next read.
+unsigned char* StagingBuffer() {
+  struct Staging {
+    unsigned char* memory = static_cast<unsigned char*>(std::aligned_alloc(kPage, kStagingChunk + kPage));
+    ~Staging() { std::free(memory); }
+  };
+  thread_local Staging staging;
+  return staging.memory;
+}
+
+// Reads up to `size` bytes into `data` as one read would, in chunks through the staging memory
+// when `data` and the file offset lie differently within a page. Answers what arrived: less
+// than `size` only at the end of the file or on an error.
+std::size_t ReadStaged(int fd, unsigned char* data, std::size_t size) {
+  off_t at = size >= kStagedReadFrom ? ::lseek(fd, 0, SEEK_CUR) : -1;
+  unsigned char* staging = nullptr;
+  if (at >= 0 && (reinterpret_cast<std::uintptr_t>(data) - static_cast<std::uintptr_t>(at)) % kPage != 0)
+    staging = StagingBuffer();
+  std::size_t done = 0;
+  while (done < size) {
+    if (!staging || size - done < kStagedReadFrom) {
+      const ssize_t n = ReadOnce(fd, data + done, size - done);
+      if (n <= 0) break;
+      done += static_cast<std::size_t>(n);
+      continue;
+    }
+    unsigned char* placed = staging + static_cast<std::size_t>(at) % kPage;
+    const ssize_t n = ReadOnce(fd, placed, std::min(size - done, kStagingChunk));
+    if (n <= 0) break;
+    std::memcpy(data + done, placed, static_cast<std::size_t>(n));
+    done += static_cast<std::size_t>(n);
+    at += n;
+  }
+  return done;
 }
 
 }  // namespace
@@ -192,15 +240,7 @@ std::size_t MFile::_WriteTwoToSystem(const unsigned char* first, std::size_t fir
   return done;
 }
 
-std::size_t MFile::_ReadFromSystem(unsigned char* data, std::size_t size) {
-  std::size_t done = 0;
-  while (done < size) {
-    ssize_t n = ReadOnce(m_fd, data + done, size - done);
-    if (n <= 0) break;
-    done += static_cast<std::size_t>(n);
-  }
-  return done;
-}
+std::size_t MFile::_ReadFromSystem(unsigned char* data, std::size_t size) { return ReadStaged(m_fd, data, size); }
 
 bool MFile::_FlushBuffer() {
   if (m_failed) return false;

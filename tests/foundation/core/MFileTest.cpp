@@ -7,6 +7,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -167,6 +168,60 @@ TEST_P(MFileBufferSizes, ShortReadsZeroFillAndAreRememberedUntilTheNextOpen) {
   EXPECT_EQ(in.READ(all.data(), all.size()), 6u);
   EXPECT_EQ(all, (std::vector<unsigned char>{1, 2, 3, 4, 5, 6, 0, 0, 0, 0}));
   EXPECT_TRUE(in.HAS_SHORT_READ());
+}
+
+// Large blocks come back whole wherever they start in the file and wherever the caller's memory
+// lies within a page (large reads of memory placed unlike the file go through staging memory in
+// chunks), also when the file ends inside such a block.
+TEST_P(MFileBufferSizes, LargeBlocksReadBackWhereverTheyLieInFileAndMemory) {
+  TempDir dir;
+  std::vector<unsigned char> block(600 * 1024 + 123);  // past two staging chunks, not a multiple
+  std::uint32_t seed = 12345;
+  for (auto& b : block) b = static_cast<unsigned char>((seed = seed * 1664525u + 1013904223u) >> 24);
+  std::unique_ptr<unsigned char, decltype(&std::free)> memory(
+      static_cast<unsigned char*>(std::aligned_alloc(4096, block.size() + 8192)), &std::free);
+  ASSERT_TRUE(memory);
+  for (const size_t prefix : {size_t{0}, size_t{1}, size_t{8}, size_t{4100}}) {
+    const MFileName name = dir.File(L"block" + std::to_wstring(prefix) + L".bin");
+    {
+      MFile out(GetParam());
+      ASSERT_TRUE(out.OPEN_WRITE(name));
+      const std::vector<unsigned char> head(prefix, 0x77);
+      if (prefix) {
+        ASSERT_EQ(out.WRITE(head.data(), prefix), prefix);
+      }
+      ASSERT_EQ(out.WRITE(block.data(), block.size()), block.size());
+      ASSERT_TRUE(out.CLOSE());
+    }
+    for (const size_t placement : {size_t{0}, size_t{3}, size_t{8}, size_t{4096 - 1}}) {
+      SCOPED_TRACE("prefix " + std::to_string(prefix) + ", memory at page offset " + std::to_string(placement));
+      MFile in(GetParam());
+      ASSERT_TRUE(in.OPEN_READ(name));
+      std::vector<unsigned char> head(prefix);
+      if (prefix) {
+        ASSERT_EQ(in.READ(head.data(), prefix), prefix);
+      }
+      unsigned char* target = memory.get() + placement;
+      std::memset(target, 0xAB, block.size());
+      ASSERT_EQ(in.READ(target, block.size()), block.size());
+      EXPECT_EQ(std::memcmp(target, block.data(), block.size()), 0);
+      EXPECT_FALSE(in.HAS_SHORT_READ());
+    }
+  }
+  // Cut inside the third staging chunk: what arrived is exact, the rest zero.
+  const MFileName name = dir.File(L"block8.bin");
+  const size_t kept = 8 + 2 * 256 * 1024 + 1000;
+  std::filesystem::resize_file(dir.Path() / "block8.bin", kept);
+  MFile in(GetParam());
+  ASSERT_TRUE(in.OPEN_READ(name));
+  unsigned char head[8];
+  ASSERT_EQ(in.READ(head, 8), 8u);
+  unsigned char* target = memory.get() + 5;
+  std::memset(target, 0xAB, block.size());
+  EXPECT_EQ(in.READ(target, block.size()), kept - 8);
+  EXPECT_TRUE(in.HAS_SHORT_READ());
+  EXPECT_EQ(std::memcmp(target, block.data(), kept - 8), 0);
+  EXPECT_TRUE(std::all_of(target + (kept - 8), target + block.size(), [](unsigned char b) { return b == 0; }));
 }
 
 INSTANTIATE_TEST_SUITE_P(Sizes, MFileBufferSizes, ::testing::Values(0u, 1u, 7u, 4096u, MFile::kDefaultBufferSize));

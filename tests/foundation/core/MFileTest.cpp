@@ -179,7 +179,7 @@ TEST_P(MFileBufferSizes, LargeBlocksReadBackWhereverTheyLieInFileAndMemory) {
   std::uint32_t seed = 12345;
   for (auto& b : block) b = static_cast<unsigned char>((seed = seed * 1664525u + 1013904223u) >> 24);
   std::unique_ptr<unsigned char, decltype(&std::free)> memory(
-      static_cast<unsigned char*>(std::aligned_alloc(4096, block.size() + 8192)), &std::free);
+      static_cast<unsigned char*>(std::aligned_alloc(4096, (block.size() / 4096 + 3) * 4096)), &std::free);  // a whole number of pages
   ASSERT_TRUE(memory);
   for (const size_t prefix : {size_t{0}, size_t{1}, size_t{8}, size_t{4100}}) {
     const MFileName name = dir.File(L"block" + std::to_wstring(prefix) + L".bin");

@@ -179,17 +179,8 @@ bool RunMeshViewScenario(const std::string& stl_path, const std::string& png_pre
   }
   bool written = false;
   {
-    WNDCLASSEXW wc{};
-    wc.cbSize = sizeof wc;
-    wc.lpfnWndProc = DefWindowProcW;
-    wc.lpszClassName = L"Planner.MeshWindow";
-    RegisterClassExW(&wc);
-    MMainFrame frame;
-    frame.CreateEx(0, L"Planner.MeshWindow", L"Planner", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 20, 20, 700, 560, nullptr, 0);
-    Window3DView view;
-    view.CreateEx(0, L"Planner.MeshWindow", L"view", WS_CHILD | WS_VISIBLE, 0, 0, 660, 500, frame.GetSafeHwnd(), 1);
-    frame.SetActiveView(&view);
-    CWnd* previous_main = std::exchange(AfxGetThread()->m_pMainWnd, &frame);
+    Window3DFrame host(L"Planner.MeshWindow", 700, 560);
+    Window3DView& view = host.view;
     {
       Window3DDocument doc;
       doc.AddView(&view);
@@ -231,9 +222,6 @@ bool RunMeshViewScenario(const std::string& stl_path, const std::string& png_pre
       window.DestroyWindow();
       doc.RemoveView(&view);
     }
-    AfxGetThread()->m_pMainWnd = previous_main;
-    view.DestroyWindow();
-    frame.DestroyWindow();
   }
   IVRenderFactory::Reset();
   return written;

@@ -227,19 +227,10 @@ bool RunSensitivityScenario(const std::string& stl_path) {
   // Nothing here needs pixels: the recording renderer stands in for the screen.
   IVRenderFactory::RegisterRenderer(RENDER_TYPE_RECORDING, [] { return std::make_unique<Ostrum::RecordingRender>(); });
   IVRenderFactory::SelectIVRender(RENDER_TYPE_RECORDING, false);
-  WNDCLASSEXW wc{};
-  wc.cbSize = sizeof wc;
-  wc.lpfnWndProc = DefWindowProcW;
-  wc.lpszClassName = L"Planner.Sensitivity";
-  RegisterClassExW(&wc);
   bool screw_mode_seen = false, clicks_as_aimed = false;
   {
-    MMainFrame frame;
-    frame.CreateEx(0, L"Planner.Sensitivity", L"Planner", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 20, 20, 480, 380, nullptr, 0);
-    Window3DView view;
-    view.CreateEx(0, L"Planner.Sensitivity", L"view", WS_CHILD | WS_VISIBLE, 0, 0, 440, 320, frame.GetSafeHwnd(), 1);
-    frame.SetActiveView(&view);
-    CWnd* previous_main = std::exchange(AfxGetThread()->m_pMainWnd, &frame);
+    Window3DFrame host(L"Planner.Sensitivity", 480, 380);
+    Window3DView& view = host.view;
     {
       Window3DDocument doc;
       doc.AddView(&view);
@@ -269,8 +260,9 @@ bool RunSensitivityScenario(const std::string& stl_path) {
         if (!bone->SurfaceUnder(window_system, x, y, surface, surface_window)) continue;
         // Towards the viewer is towards a larger window depth.
         P nearer, sideways;
-        repository->GetTransform(window_system, bone->GetCoordinateSystem()).Transform(nearer, P(x, y, surface_window.z + 0.01));
-        repository->GetTransform(window_system, bone->GetCoordinateSystem()).Transform(sideways, P(x + 10, y, surface_window.z));
+        const MMTransform& to_bone = repository->GetTransform(window_system, bone->GetCoordinateSystem());
+        to_bone.Transform(nearer, P(x, y, surface_window.z + 0.01));
+        to_bone.Transform(sideways, P(x + 10, y, surface_window.z));
         const P toward = (nearer - surface) * (1.0 / (nearer - surface).Length());
         const P tilt = (sideways - surface) * (1.0 / (sideways - surface).Length());
         const P axis = toward + tilt * 0.4;
@@ -368,9 +360,6 @@ bool RunSensitivityScenario(const std::string& stl_path) {
       window.DestroyWindow();
       doc.RemoveView(&view);
     }
-    AfxGetThread()->m_pMainWnd = previous_main;
-    view.DestroyWindow();
-    frame.DestroyWindow();
   }
   IVRenderFactory::Reset();
   return screw_mode_seen && clicks_as_aimed;

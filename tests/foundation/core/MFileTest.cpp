@@ -181,25 +181,34 @@ TEST_P(MFileBufferSizes, LargeBlocksReadBackWhereverTheyLieInFileAndMemory) {
   std::unique_ptr<unsigned char, decltype(&std::free)> memory(
       static_cast<unsigned char*>(std::aligned_alloc(4096, (block.size() / 4096 + 3) * 4096)), &std::free);  // a whole number of pages
   ASSERT_TRUE(memory);
+  std::unique_ptr<unsigned char, decltype(&std::free)> source(
+      static_cast<unsigned char*>(std::aligned_alloc(4096, (block.size() / 4096 + 3) * 4096)), &std::free);
+  ASSERT_TRUE(source);
   for (const size_t prefix : {size_t{0}, size_t{1}, size_t{8}, size_t{4100}}) {
     const MFileName name = dir.File(L"block" + std::to_wstring(prefix) + L".bin");
     {
+      // The block is written from memory lying 5 bytes behind its place in the file within a
+      // page, the placement whose copies are slow and go through staging memory.
+      unsigned char* from = source.get() + (prefix + 4096 - 5) % 4096;
+      std::memcpy(from, block.data(), block.size());
       MFile out(GetParam());
       ASSERT_TRUE(out.OPEN_WRITE(name));
       const std::vector<unsigned char> head(prefix, 0x77);
       if (prefix) {
         ASSERT_EQ(out.WRITE(head.data(), prefix), prefix);
       }
-      ASSERT_EQ(out.WRITE(block.data(), block.size()), block.size());
+      ASSERT_EQ(out.WRITE(from, block.size()), block.size());
       ASSERT_TRUE(out.CLOSE());
+      ASSERT_EQ(name.FILE_SIZE(), static_cast<std::int64_t>(prefix + block.size()));
     }
-    for (const size_t placement : {size_t{0}, size_t{3}, size_t{8}, size_t{4096 - 1}}) {
+    for (const size_t placement : {size_t{0}, size_t{3}, size_t{8}, size_t{(prefix + 9) % 4096}, size_t{4096 - 1}}) {
       SCOPED_TRACE("prefix " + std::to_string(prefix) + ", memory at page offset " + std::to_string(placement));
       MFile in(GetParam());
       ASSERT_TRUE(in.OPEN_READ(name));
       std::vector<unsigned char> head(prefix);
       if (prefix) {
         ASSERT_EQ(in.READ(head.data(), prefix), prefix);
+        EXPECT_TRUE(std::all_of(head.begin(), head.end(), [](unsigned char b) { return b == 0x77; }));
       }
       unsigned char* target = memory.get() + placement;
       std::memset(target, 0xAB, block.size());
@@ -254,7 +263,7 @@ TEST(MFile, FileSizeLimitGivesAShortWrite) {
   TempDir dir;
   EXPECT_EQ(RunInChild([&](ChildChecks& c) {
               ::signal(SIGXFSZ, SIG_IGN);
-              const rlimit limit{1000, 1000};
+              const rlimit limit{1000, 300000};  // the second case below raises it
               ::setrlimit(RLIMIT_FSIZE, &limit);
               const std::vector<double> data(300, 3.0);  // 2400 bytes, past the buffer
               const MFileName name = dir.File(L"limited.bin");
@@ -264,6 +273,23 @@ TEST(MFile, FileSizeLimitGivesAShortWrite) {
               c.Check(written == 125, "the whole doubles 1000 bytes hold are written, not " + std::to_string(written));
               c.Check(!file.CLOSE(), "CLOSE tells of the failed write");
               c.Check(name.FILE_SIZE() == 1000, "the file stops at the limit, not at " + std::to_string(name.FILE_SIZE()));
+
+              // A large block from memory placed so that it goes out through staging memory, in
+              // chunks: the limit falls inside the second chunk, and what went is counted exactly.
+              const rlimit larger{300000, 300000};
+              ::setrlimit(RLIMIT_FSIZE, &larger);
+              std::unique_ptr<unsigned char, decltype(&std::free)> memory(
+                  static_cast<unsigned char*>(std::aligned_alloc(4096, 151 * 4096)), &std::free);
+              std::memset(memory.get(), 0x33, 151 * 4096);
+              const MFileName staged = dir.File(L"staged.bin");
+              MFile big(64);
+              if (!c.Check(big.OPEN_WRITE(staged), "the second file opens")) return;
+              const unsigned char head[8] = {};
+              c.Check(big.WRITE(head, 8) == 8, "the head is buffered");
+              const size_t went = big.WRITE(memory.get() + 4096 - 5 + 8, 600000);
+              c.Check(went == 300000 - 8, "the block's bytes up to the limit are written, not " + std::to_string(went));
+              c.Check(big.HAS_FAILED() && !big.CLOSE(), "the short write fails the file");
+              c.Check(staged.FILE_SIZE() == 300000, "the file stops at the limit, not at " + std::to_string(staged.FILE_SIZE()));
             }),
             "");
 }

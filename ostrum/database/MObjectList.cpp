@@ -128,3 +128,5 @@ void MObjectList::RecycleGarbage() {
 }
 
 std::size_t MObjectList::GetGarbageCount() { return Garbage().size(); }
+
+const std::vector<IObject*>& MObjectList::_GetGarbage() { return Garbage(); }

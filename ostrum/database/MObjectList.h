@@ -50,6 +50,9 @@ class OSTRUM_API MObjectList {
   static void RecycleGarbage();
   /// The objects waiting in the garbage.
   static std::size_t GetGarbageCount();
+  /// The objects waiting in the garbage, in the order they were deleted; the next recycling
+  /// destroys them.
+  static const std::vector<IObject*>& _GetGarbage();
 
  private:
   // Where an object stands: which list, and its slot there.

@@ -337,25 +337,7 @@ bool MDocument::KillOperationGroup(long long& handle) { return EndGroup(handle, 
 uint32_t MDocument::GetUniqueTemporaryOperationKey() { return ++mg_temporary_key; }
 
 void MDocument::RemoveAllOperationsForObject(const IObject* object) {
-  // Matches the wrappers whose operation names the object.
-  class ActionFilterByObject : public Ostrum::Undo::IActionFilter {
-   public:
-    explicit ActionFilterByObject(const IObject* object) : m_object(object) {}
-    bool IsActionMatched(Ostrum::IAction const* action, char const*) const override {
-      auto* wrapper = dynamic_cast<_UndoRedo::OperationWrapper const*>(action);
-      if (!wrapper || !wrapper->GetOperation()) return false;
-      for (IObject* named : wrapper->GetOperation()->GetObjectList())
-        if (named == m_object) return true;
-      return false;
-    }
-
-   private:
-    const IObject* m_object;
-  };
-  if (!m_undo_manager) return;
-  ActionFilterByObject filter(object);
-  m_undo_manager->ExtractUndoActions(nullptr, &filter);
-  m_undo_manager->ExtractRedoActions(nullptr, &filter);
+  if (m_undo_manager) _UndoRedo::OperationDoer::RemoveStepsNaming(*m_undo_manager, &object, &object + 1);
 }
 
 void MDocument::RemoveTemporaryOperations(uint32_t key) {

@@ -2,10 +2,13 @@
 
 #include "ostrum/document/private/OperationDoer.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <exception>
+#include <vector>
 
 #include "ostrum/database/MDataBase.h"
+#include "ostrum/undo/IActionFilter.h"
 #include "ostrum/document/private/OperationWrapper.h"
 #include "ostrum/document/private/UndoBudget.h"
 #include "ostrum/document/private/UndoFiles.h"
@@ -139,8 +142,43 @@ void Doer::Finish() {
 }
 
 // 8. Objects deleted by the operation die in the database's recycling, after observers and
-// windows have seen the operation.
-void Doer::RecycleGarbage() { MDataBase::RecycleGarbage(); }
+// windows have seen the operation. Steps of this document's history that still name one of
+// them would reach freed memory when undone or redone; a host is to take them out with
+// RemoveAllOperationsForObject before such a deletion (which itself cannot be undone), and
+// whatever it left is taken out here, the same way, before the objects die.
+void Doer::RecycleGarbage() {
+  const std::vector<IObject*>& garbage = MObjectList::_GetGarbage();
+  Ostrum::Undo::Manager* manager = m_document->GetUndoManager();
+  if (!garbage.empty() && manager && (manager->CanUndo() || manager->CanRedo())) {
+    std::vector<const IObject*> dying(garbage.begin(), garbage.end());
+    std::sort(dying.begin(), dying.end());
+    RemoveStepsNaming(*manager, dying.data(), dying.data() + dying.size());
+  }
+  MDataBase::RecycleGarbage();
+}
+
+void Doer::RemoveStepsNaming(Ostrum::Undo::Manager& manager, const IObject* const* begin, const IObject* const* end) {
+  // Matches the wrappers whose operation names one of the objects.
+  class ActionFilterByObject : public Ostrum::Undo::IActionFilter {
+   public:
+    ActionFilterByObject(const IObject* const* begin, const IObject* const* end) : m_begin(begin), m_end(end) {}
+    bool IsActionMatched(Ostrum::IAction const* action, char const*) const override {
+      auto* wrapper = dynamic_cast<Wrapper const*>(action);
+      if (!wrapper || !wrapper->GetOperation()) return false;
+      for (IObject* named : wrapper->GetOperation()->GetObjectList())
+        if (std::binary_search(m_begin, m_end, static_cast<const IObject*>(named))) return true;
+      return false;
+    }
+
+   private:
+    const IObject* const* m_begin;
+    const IObject* const* m_end;
+  };
+  if (begin == end) return;
+  ActionFilterByObject filter(begin, end);
+  manager.ExtractUndoActions(nullptr, &filter);
+  manager.ExtractRedoActions(nullptr, &filter);
+}
 
 void Doer::Rollback() {
   if (m_transaction && m_transaction->IsValid()) m_transaction->Rollback();

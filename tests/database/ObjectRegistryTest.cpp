@@ -65,6 +65,41 @@ TEST_F(ObjectRegistry, OnlyRemovedObjectsAreRestoredAndOnlyRegisteredOnesRetract
   EXPECT_EQ(Tree(), "c1 p(c2) q");
 }
 
+// A host that deletes objects the history still names, without RemoveAllOperationsForObject
+// first: the steps naming them leave the undo and the redo history before the objects die
+// (undoing one would reach freed memory), and the other steps still undo and redo.
+TEST_F(ObjectRegistry, AHardDeleteTakesTheStepsNamingTheDeadOutOfTheHistory) {
+  ASSERT_NO_FATAL_FAILURE(AddFamily());  // steps: add p, add q
+  Item* r = New("r");
+  ASSERT_TRUE(Do(Op(kAdd, {r})));
+  ASSERT_TRUE(doc.UndoOperation());  // "add r" waits in the redo history, r removed
+  ASSERT_TRUE(manager().CanRedo());
+
+  ASSERT_TRUE(Do(Op(kDelete, {q, r})));
+  EXPECT_EQ(MObjectList::GetGarbageCount(), 0u);
+  EXPECT_FALSE(manager().CanRedo()) << "the step adding r went with r";
+  EXPECT_EQ(Tree(), "p(c2 c1)");
+  ASSERT_TRUE(manager().CanUndo()) << "the step adding p names no dead object";
+  ASSERT_TRUE(doc.UndoOperation());
+  EXPECT_FALSE(manager().CanUndo()) << "the step adding q went with q";
+  EXPECT_EQ(Tree(), "");
+  EXPECT_EQ(Registry(), " | p c2 c1");
+  ASSERT_TRUE(doc.RedoOperation());
+  EXPECT_EQ(Tree(), "p(c2 c1)");
+
+  // Objects deleted outside any operation die at the end of the next one, which takes their
+  // steps out the same way; a history naming none of the dead keeps all of its steps.
+  ASSERT_TRUE(Do(Op(kSelect, {c1})));
+  EXPECT_TRUE(db.DeleteObject(c2));
+  ASSERT_TRUE(Do(Op(UIOperation::ACTION_DESELECT)));
+  EXPECT_EQ(Tree(), "p(c1)");
+  for (int undone = 0; manager().CanUndo(); ++undone) {
+    ASSERT_LT(undone, 10);
+    ASSERT_TRUE(doc.UndoOperation());
+  }
+  EXPECT_EQ(Tree(), "") << "adding p, which named only p, is still undone";
+}
+
 TEST_F(ObjectRegistry, DeletedObjectsLiveUntilRecycledAndTheirObserversHearOfItOnce) {
   ASSERT_NO_FATAL_FAILURE(AddFamily());
   TestObject observer("o", &log);

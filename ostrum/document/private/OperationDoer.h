@@ -32,6 +32,11 @@ class OSTRUM_LOCAL MDocument::_UndoRedo::OperationDoer {
   /// Undoes what the stages did so far and drops the operation; the result becomes false.
   void Rollback();
 
+  /// Takes every action out of `manager`'s undo and redo history whose operation names one of
+  /// the objects in [begin, end) (sorted by address); they go to the deferred discard, and
+  /// groups left empty leave the history. Nothing while the manager is busy.
+  static void RemoveStepsNaming(Ostrum::Undo::Manager& manager, const IObject* const* begin, const IObject* const* end);
+
  private:
   /// True if this call leaves an undo entry: the operation can be undone and the document
   /// has an undo manager to take it.

@@ -85,21 +85,21 @@ void CopyBytes(unsigned char* to, const unsigned char* from, std::size_t size) {
 unsigned char* StagingBuffer() {
   struct Staging {
     unsigned char* memory = static_cast<unsigned char*>(std::aligned_alloc(kPage, kStagingChunk + kPage));
-    ~Staging() { std::free(memory); }
+    // A file flushed after this thread's objects went (a static one, at exit) goes straight to
+    // the system.
+    ~Staging() {
+      std::free(memory);
+      memory = nullptr;
+    }
   };
   thread_local Staging staging;
   return staging.memory;
 }
 
-// Where the file's offset stands, when a transfer of `size` bytes may need staging; -1 for
-// small transfers and files without an offset (pipes).
-off_t OffsetForStaging(int fd, std::size_t size) { return size >= kStagedFrom ? ::lseek(fd, 0, SEEK_CUR) : -1; }
-
 // Reads up to `size` bytes into `data` as one read would, in chunks through the staging memory
-// when the copy into `data` would be slow. Answers what arrived: less than `size` only at the
-// end of the file or on an error.
-std::size_t ReadStaged(int fd, unsigned char* data, std::size_t size) {
-  off_t at = OffsetForStaging(fd, size);
+// when the copy into `data` from the file's offset `at` (negative: not known) would be slow.
+// Answers what arrived: less than `size` only at the end of the file or on an error.
+std::size_t ReadStaged(int fd, unsigned char* data, std::size_t size, std::int64_t at) {
   unsigned char* staging = nullptr;
   if (at >= 0 && AheadWithinPage(reinterpret_cast<std::uintptr_t>(data), static_cast<std::uintptr_t>(at)))
     staging = StagingBuffer();
@@ -154,12 +154,11 @@ std::size_t WriteParts(int fd, iovec* parts, int count) {
   return done;
 }
 
-// Writes `first` then `second` as one writev would, gathering them chunk by chunk into the
-// staging memory placed like the file when the copy of `second` into the page cache would be
-// slow. Answers how many bytes went.
+// Writes `first` then `second` at the file's offset `at` (negative: not known) as one writev
+// would, gathering them chunk by chunk into the staging memory placed like the file when the
+// copy of `second` into the page cache would be slow. Answers how many bytes went.
 std::size_t WriteStaged(int fd, const unsigned char* first, std::size_t first_size, const unsigned char* second,
-                        std::size_t second_size) {
-  const off_t at = OffsetForStaging(fd, second_size);
+                        std::size_t second_size, std::int64_t at) {
   unsigned char* staging = nullptr;
   if (at >= 0 && AheadWithinPage(static_cast<std::uintptr_t>(at) + first_size, reinterpret_cast<std::uintptr_t>(second)))
     staging = StagingBuffer();
@@ -218,7 +217,7 @@ bool MFile::OPEN_READ(const MFileName& name, const MFileIdentity& identity) {
     ::close(fd);
     return false;
   }
-  return _Adopt(fd, Mode::Read);
+  return _AdoptOpened(fd, Mode::Read);
 }
 
 bool MFile::OPEN_WRITE(const MFileName& name) {
@@ -229,7 +228,7 @@ bool MFile::OPEN_WRITE_TEMP(MFileName& name, const std::wstring& directory, cons
                             const wchar_t* extension, std::uint32_t maximum) {
   if (m_fd >= 0) return false;
   const int fd = name._CreateTempFile(directory.c_str(), prefix, extension, maximum);
-  return fd >= 0 && _Adopt(fd, Mode::Write);
+  return fd >= 0 && _AdoptOpened(fd, Mode::Write);
 }
 
 bool MFile::_OPEN_WRITE_DESCRIPTOR(int fd) {
@@ -250,8 +249,15 @@ bool MFile::_Reserve(std::size_t size) {
   return true;
 }
 
+bool MFile::_AdoptOpened(int fd, Mode mode) {
+  _Adopt(fd, mode);
+  m_offset = 0;
+  return true;
+}
+
 bool MFile::_Adopt(int fd, Mode mode) {
   m_read_ahead = std::min(kPage, m_capacity);
+  m_offset = kOffsetUnknown;
   m_fd = fd;
   m_mode = mode;
   m_failed = false;
@@ -276,7 +282,7 @@ bool MFile::_Open(const MFileName& name, int flags, Mode mode) {
       return false;
     }
   }
-  return _Adopt(fd, mode);
+  return _AdoptOpened(fd, mode);
 }
 
 bool MFile::CLOSE() {
@@ -312,16 +318,35 @@ bool MFile::FLUSH() {
   return _FlushBuffer() && !m_failed;
 }
 
+std::int64_t MFile::_OffsetForStaging(std::size_t size) {
+  if (size < kStagedFrom || m_offset == kOffsetNone) return -1;
+  if (m_offset == kOffsetUnknown) {
+    const off_t at = ::lseek(m_fd, 0, SEEK_CUR);
+    m_offset = at >= 0 ? at : kOffsetNone;
+  }
+  return m_offset;
+}
+
+void MFile::_Moved(std::size_t bytes) {
+  if (m_offset >= 0) m_offset += static_cast<std::int64_t>(bytes);
+}
+
 std::size_t MFile::_WriteToSystem(const unsigned char* data, std::size_t size) {
-  return WriteStaged(m_fd, nullptr, 0, data, size);
+  return _WriteTwoToSystem(nullptr, 0, data, size);
 }
 
 std::size_t MFile::_WriteTwoToSystem(const unsigned char* first, std::size_t first_size,
                                      const unsigned char* second, std::size_t second_size) {
-  return WriteStaged(m_fd, first, first_size, second, second_size);
+  const std::size_t done = WriteStaged(m_fd, first, first_size, second, second_size, _OffsetForStaging(second_size));
+  _Moved(done);
+  return done;
 }
 
-std::size_t MFile::_ReadFromSystem(unsigned char* data, std::size_t size) { return ReadStaged(m_fd, data, size); }
+std::size_t MFile::_ReadFromSystem(unsigned char* data, std::size_t size) {
+  const std::size_t done = ReadStaged(m_fd, data, size, _OffsetForStaging(size));
+  _Moved(done);
+  return done;
+}
 
 bool MFile::_FlushBuffer() {
   if (m_failed) return false;
@@ -398,6 +423,7 @@ std::size_t MFile::_Read(void* data, std::size_t count, std::size_t item_size) {
     m_read_ahead = std::min(m_capacity, 2 * m_read_ahead);
     const ssize_t n = ReadOnce(m_fd, m_buffer.get(), chunk);
     if (n <= 0) break;
+    _Moved(static_cast<std::size_t>(n));
     m_end = static_cast<std::size_t>(n);
     const std::size_t take = std::min(rest, m_end);
     CopyBytes(target + got, m_buffer.get(), take);

@@ -122,7 +122,14 @@ class OSTRUM_API MFile {
   enum class Mode { Closed, Read, Write };
 
   bool _Open(const MFileName& name, int flags, Mode mode);
-  bool _Adopt(int fd, Mode mode);
+  // The file's offset as this file moved it, kept to choose staging for a transfer without
+  // asking the system each time.
+  static constexpr std::int64_t kOffsetUnknown = -1;  // ask the system when first needed
+  static constexpr std::int64_t kOffsetNone = -2;     // the file has none (a pipe)
+  bool _Adopt(int fd, Mode mode);  // the offset unknown
+  OSTRUM_LOCAL bool _AdoptOpened(int fd, Mode mode);  // opened just now: at offset 0
+  OSTRUM_LOCAL std::int64_t _OffsetForStaging(std::size_t size);
+  OSTRUM_LOCAL void _Moved(std::size_t bytes);
   std::size_t _Read(void* data, std::size_t count, std::size_t item_size);
   std::size_t _Write(const void* data, std::size_t count, std::size_t item_size);
   bool _FlushBuffer();
@@ -141,6 +148,7 @@ class OSTRUM_API MFile {
   std::unique_ptr<unsigned char[]> m_buffer;  // m_storage bytes, at most m_capacity
   std::size_t m_storage = 0;
   std::size_t m_read_ahead = 0;               // what the next refill asks for at least
+  std::int64_t m_offset = kOffsetUnknown;
   // Reading: bytes [m_begin, m_end) of the buffer are read from the system and not yet taken.
   // Writing: bytes [0, m_end) are accepted and not yet written; m_begin stays 0.
   std::size_t m_begin = 0;

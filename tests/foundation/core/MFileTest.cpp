@@ -184,7 +184,9 @@ TEST_P(MFileBufferSizes, LargeBlocksReadBackWhereverTheyLieInFileAndMemory) {
   std::unique_ptr<unsigned char, decltype(&std::free)> source(
       static_cast<unsigned char*>(std::aligned_alloc(4096, (block.size() / 4096 + 3) * 4096)), &std::free);
   ASSERT_TRUE(source);
-  for (const size_t prefix : {size_t{0}, size_t{1}, size_t{8}, size_t{4100}}) {
+  // The largest head stays in a buffer of 512 KiB and then goes out ahead of the block, more
+  // than one staging chunk of it.
+  for (const size_t prefix : {size_t{0}, size_t{1}, size_t{8}, size_t{4100}, size_t{300 * 1024}}) {
     const MFileName name = dir.File(L"block" + std::to_wstring(prefix) + L".bin");
     {
       // The block is written from memory lying 5 bytes behind its place in the file within a
@@ -225,7 +227,7 @@ TEST_P(MFileBufferSizes, LargeBlocksReadBackWhereverTheyLieInFileAndMemory) {
   ASSERT_TRUE(in.OPEN_READ(name));
   unsigned char head[8];
   ASSERT_EQ(in.READ(head, 8), 8u);
-  unsigned char* target = memory.get() + 5;
+  unsigned char* target = memory.get() + 13;  // 5 bytes ahead of the file: staged
   std::memset(target, 0xAB, block.size());
   EXPECT_EQ(in.READ(target, block.size()), kept - 8);
   EXPECT_TRUE(in.HAS_SHORT_READ());
@@ -233,7 +235,7 @@ TEST_P(MFileBufferSizes, LargeBlocksReadBackWhereverTheyLieInFileAndMemory) {
   EXPECT_TRUE(std::all_of(target + (kept - 8), target + block.size(), [](unsigned char b) { return b == 0; }));
 }
 
-INSTANTIATE_TEST_SUITE_P(Sizes, MFileBufferSizes, ::testing::Values(0u, 1u, 7u, 4096u, MFile::kDefaultBufferSize));
+INSTANTIATE_TEST_SUITE_P(Sizes, MFileBufferSizes, ::testing::Values(0u, 1u, 7u, 4096u, MFile::kDefaultBufferSize, 512u << 10));
 
 TEST(MFile, FullDiskFailsTheWriteAndTheClose) {
   const MFileName full(L"/dev/full");

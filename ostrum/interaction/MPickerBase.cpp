@@ -1,5 +1,8 @@
 #include "ostrum/interaction/MPickerBase.h"
 
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
 #include <limits>
 #include <utility>
 
@@ -18,6 +21,41 @@
 
 IPickInfo::~IPickInfo() = default;
 IPickable::~IPickable() = default;
+
+namespace {
+
+// The cast of tree objects to IPickable, worked out once per dynamic type for one pick. The
+// cast crosses from one base to another, which walks the type's whole graph of bases, and a pick
+// asks it of every object shown: a quarter of a pick among 1,000 objects went there. Objects
+// whose UIObject part has the same table of virtual functions are of the same type, seen from
+// the same base, so the IPickable part lies at the same distance from it, or is missing, in all
+// of them; the first cast of a type answers for the others.
+class PickableCast {
+ public:
+  IPickable* operator()(UIObject* object) {
+    const void* type;
+    std::memcpy(&type, static_cast<const void*>(object), sizeof type);  // the UIObject part's table
+    Slot& slot = m_slots[(reinterpret_cast<std::uintptr_t>(type) >> 4) % kSlots];
+    if (slot.type != type) {
+      IPickable* const pickable = dynamic_cast<IPickable*>(object);
+      slot.type = type;
+      slot.offset = pickable ? reinterpret_cast<char*>(pickable) - reinterpret_cast<char*>(object) : kNone;
+      return pickable;
+    }
+    return slot.offset == kNone ? nullptr : reinterpret_cast<IPickable*>(reinterpret_cast<char*>(object) + slot.offset);
+  }
+
+ private:
+  static constexpr std::ptrdiff_t kNone = PTRDIFF_MIN;
+  static constexpr std::size_t kSlots = 16;
+  struct Slot {
+    const void* type = nullptr;
+    std::ptrdiff_t offset = kNone;
+  };
+  Slot m_slots[kSlots];
+};
+
+}  // namespace
 
 // --- the list ---
 
@@ -56,11 +94,12 @@ bool MPickerBase::Operate() {
     if (auto* scene = dynamic_cast<IPickable*>(database->GetScene(static_cast<std::size_t>(m_wnd3d->GetActiveScene()))))
       AddLineIntersections(scene);
     const UIObjectIterator end = database->GetEndUIObject();
+    PickableCast as_pickable;
     for (UIObjectIterator it = database->GetBeginUIObject(); it != end; ++it) {
       UIObject* object = it;
       // Visibility first: an object the window does not show costs one call.
       if (!m_wnd3d->IsObjectVisible(object)) continue;
-      if (auto* pickable = dynamic_cast<IPickable*>(object)) AddLineIntersections(pickable);
+      if (IPickable* pickable = as_pickable(object)) AddLineIntersections(pickable);
     }
   }
   _PostProcess();

@@ -305,6 +305,62 @@ TEST_F(Picking, OverlappingObjectsAreAskedInTreeOrderAndTheNearestHitIsPicked) {
   EXPECT_EQ(picker.GetIntersectionList().size(), 4u);
 }
 
+// Pickables of other layouts: the pickable part first and the tree object after it, and the
+// pickable part a virtual base shared down a diamond.
+class PickableFirst : public IPickable, public tree_test::Node {
+ public:
+  PickableFirst(const std::string& name, CallLog* log) : Node(name), m_log(log) {}
+  void GetLineIntersections(MPickerBase* picker) override {
+    LogCall(m_log, Name());
+    picker->AddIntersection(0.25, this, nullptr);
+  }
+
+ private:
+  CallLog* m_log;
+};
+class SharedPickable : public tree_test::Node, public virtual IPickable {
+ public:
+  SharedPickable(const std::string& name, CallLog* log) : Node(name), m_log(log) {}
+  void GetLineIntersections(MPickerBase* picker) override {
+    LogCall(m_log, Name());
+    picker->AddIntersection(0.75, this, nullptr);
+  }
+
+ private:
+  CallLog* m_log;
+};
+class HandleOnObject : public virtual IPickable {};
+class DiamondPickable : public SharedPickable, public HandleOnObject {
+ public:
+  using SharedPickable::SharedPickable;
+};
+
+// A pick asks every shown pickable once, through its own pickable part, whatever the layout of
+// its type and however many objects of each type and of types that cannot be picked stand
+// between them.
+TEST_F(Picking, EveryPickableIsAskedThroughItsOwnPartWhateverItsTypesLayout) {
+  std::vector<IPickable*> pickables;
+  std::string expected;
+  for (int round = 0; round < 3; ++round) {
+    const std::string n = std::to_string(round);
+    pickables.push_back(AddStub("stub" + n, {0.5}));
+    pickables.push_back(AddObject(new PickableFirst("first" + n, &log)));
+    AddObject(new tree_test::Node("plain" + n));
+    pickables.push_back(AddObject(new SharedPickable("shared" + n, &log)));
+    pickables.push_back(AddObject(new DiamondPickable("diamond" + n, &log)));
+    expected += std::string(expected.empty() ? "" : " ") + "stub" + n + " first" + n + " shared" + n + " diamond" + n;
+  }
+  MPickerBase picker(window);
+  picker.SetPickCoordinates(10, 10);
+  EXPECT_TRUE(picker.Operate());
+  EXPECT_EQ(Joined(log), expected);
+  std::vector<IPickable*> hit;
+  for (const Intersection& intersection : picker.GetIntersectionList()) hit.push_back(intersection.m_object);
+  std::sort(hit.begin(), hit.end());
+  std::sort(pickables.begin(), pickables.end());
+  EXPECT_EQ(hit, pickables) << "each hit names the object that made it";
+}
+
 TEST_F(Picking, NothingHitGivesNullsZeroAndTheSmallestNormalFloatAndDepthsAreHeldInFloatRange) {
   MPickerBase picker(window);
   picker.SetPickCoordinates(7, 9);

@@ -175,7 +175,7 @@ OSTRUM_KERNEL void WriteAffineInverse(Mat4& out, Mat4 const& m, Mat3 const& li) 
   out(3, 3) = 1.0;
 }
 
-void ApplyMatrix(Mat4 const& m, bool affine, double* out, double const* in, bool direction) {
+OSTRUM_KERNEL void ApplyMatrix(Mat4 const& m, bool affine, double* out, double const* in, bool direction) {
   double const x = in[0], y = in[1], z = in[2];
   for (int r = 0; r < 3; ++r) out[r] = m(r, 0) * x + m(r, 1) * y + m(r, 2) * z;
   if (direction) return;

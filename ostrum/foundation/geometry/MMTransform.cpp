@@ -29,7 +29,15 @@ void Store(float* out, MMPoint3d<double> const& p) {
 
 void MMTransform::Transform(MMPoint3d<double>& out, MMPoint3d<double> const& in,
                             bool direction) const {
-  out = _Map(in.x, in.y, in.z, direction, false);
+  // The commonest use (a pick takes two points per object through it) goes straight to the
+  // transform: _Map is an exported member, reached through the library's linkage table, and
+  // returns its point through memory.
+  double const a[3] = {in.x, in.y, in.z};
+  double b[3];
+  _Apply(b, a, direction);
+  out.x = b[0];
+  out.y = b[1];
+  out.z = b[2];
 }
 
 void MMTransform::Transform(MMPoint3d<float>& out, MMPoint3d<float> const& in,

@@ -66,6 +66,7 @@ MDocument::MDocument() {
 }
 
 MDocument::~MDocument() {
+  _UndoRedo::OperationDoer::ForgetTheDeadOf(this);
   delete m_undo_manager;
   m_undo_manager = nullptr;
   // A handler that DeleteContents did not take goes with the document.
@@ -89,21 +90,28 @@ bool MDocument::DoOperation(MOperation* operation, void* param) {
 
 bool MDocument::UndoOperation() {
   if (!m_undo_manager) return false;
+  // Steps naming objects that died since are never run (a group ended through the manager).
+  _UndoRedo::OperationDoer::RemoveStepsOfTheDead(this);
   // Room for the redo state the step is about to write, without the step itself.
   if (m_undo_manager->CanUndo())
     Ostrum::Private::TrimUndoFiles(*m_undo_manager, m_undo_files->bytes, GetUndoDiskSpace(), true);
   m_undo_files->failed_run = nullptr;
   m_undo_manager->Undo();
-  return !_TakeBackFailedRun(true);
+  const bool failed = _TakeBackFailedRun(true);
+  _UndoRedo::OperationDoer::RemoveStepsOfTheDead(this);
+  return !failed;
 }
 
 bool MDocument::PurgeUndoStack() { return false; }
 
 bool MDocument::RedoOperation() {
   if (!m_undo_manager) return false;
+  _UndoRedo::OperationDoer::RemoveStepsOfTheDead(this);
   m_undo_files->failed_run = nullptr;
   m_undo_manager->Redo();
-  return !_TakeBackFailedRun(false);
+  const bool failed = _TakeBackFailedRun(false);
+  _UndoRedo::OperationDoer::RemoveStepsOfTheDead(this);
+  return !failed;
 }
 
 bool MDocument::_TakeBackFailedRun(bool undo) {
@@ -328,11 +336,23 @@ bool EndGroup(long long& handle, bool (Transaction::*end)()) {
 
 }  // namespace
 
-bool MDocument::EndOperationGroup(long long& handle) { return EndGroup(handle, &Transaction::Commit); }
+bool MDocument::EndOperationGroup(long long& handle) {
+  const bool ended = EndGroup(handle, &Transaction::Commit);
+  _UndoRedo::OperationDoer::RemoveStepsOfTheDead(this);
+  return ended;
+}
 
-bool MDocument::AbortOperationGroup(long long& handle) { return EndGroup(handle, &Transaction::Rollback); }
+bool MDocument::AbortOperationGroup(long long& handle) {
+  const bool ended = EndGroup(handle, &Transaction::Rollback);
+  _UndoRedo::OperationDoer::RemoveStepsOfTheDead(this);
+  return ended;
+}
 
-bool MDocument::KillOperationGroup(long long& handle) { return EndGroup(handle, &Transaction::Terminate); }
+bool MDocument::KillOperationGroup(long long& handle) {
+  const bool ended = EndGroup(handle, &Transaction::Terminate);
+  _UndoRedo::OperationDoer::RemoveStepsOfTheDead(this);
+  return ended;
+}
 
 uint32_t MDocument::GetUniqueTemporaryOperationKey() { return ++mg_temporary_key; }
 

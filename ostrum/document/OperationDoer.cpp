@@ -141,20 +141,55 @@ void Doer::Finish() {
   }
 }
 
+namespace {
+
+// Objects that died while their document's undo manager could not be changed (an operation
+// group open, an operation nested in another, an undo running): the steps naming them are taken
+// out as soon as it can be. Only the addresses are kept, compared and never followed. The
+// database and its garbage belong to the document's thread, and so does this list.
+struct DeadWhileBusy {
+  const MDocument* document;
+  const IObject* object;
+};
+std::vector<DeadWhileBusy>& PendingDead() {
+  thread_local std::vector<DeadWhileBusy> pending;
+  return pending;
+}
+
+}  // namespace
+
 // 8. Objects deleted by the operation die in the database's recycling, after observers and
 // windows have seen the operation. Steps of this document's history that still name one of
 // them would reach freed memory when undone or redone; a host is to take them out with
 // RemoveAllOperationsForObject before such a deletion (which itself cannot be undone), and
-// whatever it left is taken out here, the same way, before the objects die.
+// whatever it left is taken out here, the same way, before the objects die, or once the
+// manager is free again when it is busy now.
 void Doer::RecycleGarbage() {
   const std::vector<IObject*>& garbage = MObjectList::_GetGarbage();
-  Ostrum::Undo::Manager* manager = m_document->GetUndoManager();
-  if (!garbage.empty() && manager && (manager->CanUndo() || manager->CanRedo())) {
-    std::vector<const IObject*> dying(garbage.begin(), garbage.end());
-    std::sort(dying.begin(), dying.end());
-    RemoveStepsNaming(*manager, dying.data(), dying.data() + dying.size());
+  if (!garbage.empty() && m_document->GetUndoManager()) {
+    std::vector<DeadWhileBusy>& pending = PendingDead();
+    for (const IObject* object : garbage) pending.push_back({m_document, object});
+    RemoveStepsOfTheDead(m_document);
   }
   MDataBase::RecycleGarbage();
+}
+
+void Doer::RemoveStepsOfTheDead(MDocument* document) {
+  std::vector<DeadWhileBusy>& pending = PendingDead();
+  Ostrum::Undo::Manager* manager = document->GetUndoManager();
+  if (pending.empty() || !manager || manager->IsBusy()) return;
+  std::vector<const IObject*> dead;
+  std::erase_if(pending, [&](const DeadWhileBusy& entry) {
+    if (entry.document != document) return false;
+    dead.push_back(entry.object);
+    return true;
+  });
+  std::sort(dead.begin(), dead.end());
+  RemoveStepsNaming(*manager, dead.data(), dead.data() + dead.size());
+}
+
+void Doer::ForgetTheDeadOf(const MDocument* document) {
+  std::erase_if(PendingDead(), [&](const DeadWhileBusy& entry) { return entry.document == document; });
 }
 
 void Doer::RemoveStepsNaming(Ostrum::Undo::Manager& manager, const IObject* const* begin, const IObject* const* end) {
@@ -165,7 +200,9 @@ void Doer::RemoveStepsNaming(Ostrum::Undo::Manager& manager, const IObject* cons
     bool IsActionMatched(Ostrum::IAction const* action, char const*) const override {
       auto* wrapper = dynamic_cast<Wrapper const*>(action);
       if (!wrapper || !wrapper->GetOperation()) return false;
-      for (IObject* named : wrapper->GetOperation()->GetObjectList())
+      // The constant list: asking for the other one marks it handed out for changing.
+      const MOperation* operation = wrapper->GetOperation();
+      for (IObject* named : operation->GetObjectList())
         if (std::binary_search(m_begin, m_end, static_cast<const IObject*>(named))) return true;
       return false;
     }

@@ -98,6 +98,24 @@ TEST_F(ObjectRegistry, AHardDeleteTakesTheStepsNamingTheDeadOutOfTheHistory) {
     ASSERT_TRUE(doc.UndoOperation());
   }
   EXPECT_EQ(Tree(), "") << "adding p, which named only p, is still undone";
+
+  // Deleted inside an operation group, while the history cannot be changed: the steps naming
+  // the dead leave it as the group ends, and a group left with nothing leaves the history.
+  while (manager().CanRedo()) ASSERT_TRUE(doc.RedoOperation());
+  Item* s = New("s");
+  Item* t = New("t");
+  ASSERT_TRUE(Do(Op(kAdd, {s})));
+  long long group = doc.BeginOperationGroup(L"tidy", false);
+  ASSERT_NE(group, -1);
+  ASSERT_TRUE(Do(Op(kAdd, {t})));
+  ASSERT_TRUE(Do(Op(kDelete, {t})));
+  EXPECT_EQ(MObjectList::GetGarbageCount(), 0u) << "t died at the end of its operation, as ever";
+  ASSERT_TRUE(doc.EndOperationGroup(group));
+  ASSERT_NE(manager().GetUndoActionString(), nullptr);
+  EXPECT_NE(std::wstring(manager().GetUndoActionString()), L"tidy") << "the group held only the step adding t";
+  EXPECT_EQ(Tree(), "p(c1) s");
+  ASSERT_TRUE(doc.UndoOperation());
+  EXPECT_EQ(Tree(), "p(c1)") << "the step before the group, adding s";
 }
 
 TEST_F(ObjectRegistry, DeletedObjectsLiveUntilRecycledAndTheirObserversHearOfItOnce) {

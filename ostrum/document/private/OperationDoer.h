@@ -36,6 +36,12 @@ class OSTRUM_LOCAL MDocument::_UndoRedo::OperationDoer {
   /// the objects in [begin, end) (sorted by address); they go to the deferred discard, and
   /// groups left empty leave the history. Nothing while the manager is busy.
   static void RemoveStepsNaming(Ostrum::Undo::Manager& manager, const IObject* const* begin, const IObject* const* end);
+  /// Takes out of `document`'s history the steps naming objects that died while its manager was
+  /// busy (see RecycleGarbage); nothing while it still is. Called wherever the manager may have
+  /// become free: at the end of each operation's recycling, of a group, of an undo and a redo.
+  static void RemoveStepsOfTheDead(MDocument* document);
+  /// Drops what is remembered of `document`'s dead, as the document goes.
+  static void ForgetTheDeadOf(const MDocument* document);
 
  private:
   /// True if this call leaves an undo entry: the operation can be undone and the document

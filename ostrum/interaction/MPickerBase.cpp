@@ -33,6 +33,7 @@ namespace {
 class PickableCast {
  public:
   IPickable* operator()(UIObject* object) {
+    if (!object) return nullptr;
     const void* type;
     std::memcpy(&type, static_cast<const void*>(object), sizeof type);  // the UIObject part's table
     Slot& slot = m_slots[(reinterpret_cast<std::uintptr_t>(type) >> 4) % kSlots];

@@ -326,33 +326,24 @@ long long MDocument::BeginTemporaryOperationGroup(const wchar_t* name, uint32_t 
 namespace {
 
 // The ends of a group: the caller's handle goes to -1 first, then the transaction behind the
-// old value ends. A stale handle finds no transaction and answers false.
-bool EndGroup(long long& handle, bool (Transaction::*end)()) {
+// old value ends. A stale handle finds no transaction and answers false. Objects that died
+// inside the group take their steps out of the history as it ends.
+bool EndGroup(MDocument* document, long long& handle, bool (Transaction::*end)()) {
   if (handle == -1) return false;
   Transaction* transaction = AsTransaction(handle);
   handle = -1;
-  return transaction && (transaction->*end)();
+  const bool ended = transaction && (transaction->*end)();
+  MDocument::_UndoRedo::OperationDoer::RemoveStepsOfTheDead(document);
+  return ended;
 }
 
 }  // namespace
 
-bool MDocument::EndOperationGroup(long long& handle) {
-  const bool ended = EndGroup(handle, &Transaction::Commit);
-  _UndoRedo::OperationDoer::RemoveStepsOfTheDead(this);
-  return ended;
-}
+bool MDocument::EndOperationGroup(long long& handle) { return EndGroup(this, handle, &Transaction::Commit); }
 
-bool MDocument::AbortOperationGroup(long long& handle) {
-  const bool ended = EndGroup(handle, &Transaction::Rollback);
-  _UndoRedo::OperationDoer::RemoveStepsOfTheDead(this);
-  return ended;
-}
+bool MDocument::AbortOperationGroup(long long& handle) { return EndGroup(this, handle, &Transaction::Rollback); }
 
-bool MDocument::KillOperationGroup(long long& handle) {
-  const bool ended = EndGroup(handle, &Transaction::Terminate);
-  _UndoRedo::OperationDoer::RemoveStepsOfTheDead(this);
-  return ended;
-}
+bool MDocument::KillOperationGroup(long long& handle) { return EndGroup(this, handle, &Transaction::Terminate); }
 
 uint32_t MDocument::GetUniqueTemporaryOperationKey() { return ++mg_temporary_key; }
 

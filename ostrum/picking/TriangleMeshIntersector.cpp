@@ -366,41 +366,52 @@ Binner BinnerOf(const Box& centres) {
   return bin_of;
 }
 
-// Sweeps the bins for the cheapest split by the surface area heuristic.
-Split Sweep(const Bins& bins, uint32_t n) {
+// The cheapest cut between entries [0, size) (bins, or runs of cells) by the surface area
+// heuristic, from each entry's box and number of primitives, and with kCentres the box of its
+// centres too: a sweep from the right, then one from the left. Bin 0 when no cut separates any
+// primitives.
+template <bool kCentres>
+Split SweepCuts(const Box* boxes, const Box* centres, const uint32_t* counts, uint32_t size, uint32_t n) {
   Split best;
   std::array<Box, kBins> right_box, right_centres;
   std::array<uint32_t, kBins> right_count{};
-  Box box, centres;
+  Box box, centre_box;
   uint32_t running = 0;
-  for (int b = kBins - 1; b > 0; --b) {
-    box.Grow(bins.box[b]);
-    centres.Grow(bins.centres[b]);
-    running += bins.count[b];
-    right_box[b] = box;
-    right_centres[b] = centres;
-    right_count[b] = running;
+  for (uint32_t r = size - 1; r > 0; --r) {
+    box.Grow(boxes[r]);
+    if constexpr (kCentres) centre_box.Grow(centres[r]);
+    running += counts[r];
+    right_box[r] = box;
+    if constexpr (kCentres) right_centres[r] = centre_box;
+    right_count[r] = running;
   }
   box = Box{};
-  centres = Box{};
+  centre_box = Box{};
   running = 0;
-  for (int b = 0; b < kBins - 1; ++b) {
-    box.Grow(bins.box[b]);
-    centres.Grow(bins.centres[b]);
-    running += bins.count[b];
+  for (uint32_t r = 0; r + 1 < size; ++r) {
+    box.Grow(boxes[r]);
+    if constexpr (kCentres) centre_box.Grow(centres[r]);
+    running += counts[r];
     if (running == 0 || running == n) continue;
     const float cost = box.HalfArea() * static_cast<float>(running) +
-                       right_box[b + 1].HalfArea() * static_cast<float>(right_count[b + 1]);
+                       right_box[r + 1].HalfArea() * static_cast<float>(right_count[r + 1]);
     if (cost < best.cost) {
       best.cost = cost;
-      best.bin = b + 1;
+      best.bin = static_cast<int>(r + 1);
       best.left = box;
-      best.right = right_box[b + 1];
-      best.left_centres = centres;
-      best.right_centres = right_centres[b + 1];
+      best.right = right_box[r + 1];
+      if constexpr (kCentres) {
+        best.left_centres = centre_box;
+        best.right_centres = right_centres[r + 1];
+      }
     }
   }
   return best;
+}
+
+// Sweeps the bins for the cheapest split by the surface area heuristic.
+Split Sweep(const Bins& bins, uint32_t n) {
+  return SweepCuts<true>(bins.box.data(), bins.centres.data(), bins.count.data(), kBins, n);
 }
 
 // The runs of a node's cells or primitives: their boxes and numbers of primitives.
@@ -414,34 +425,7 @@ struct Runs {
 // `halve` (deep in the tree) or when no cost could be compared (boxes past the range of float).
 Split CutRuns(const Runs& bins, uint32_t runs, uint32_t n, bool halve) {
   Split split;
-  if (!halve) {
-    // The sweep over the runs' boxes, from the right and then from the left.
-    Box right_box[kBins];
-    uint32_t right_count[kBins];
-    Box box;
-    uint32_t running = 0;
-    for (uint32_t r = runs - 1; r > 0; --r) {
-      box.Grow(bins.box[r]);
-      running += bins.count[r];
-      right_box[r] = box;
-      right_count[r] = running;
-    }
-    box = Box{};
-    running = 0;
-    for (uint32_t r = 0; r + 1 < runs; ++r) {
-      box.Grow(bins.box[r]);
-      running += bins.count[r];
-      if (running == 0 || running == n) continue;
-      const float cost = box.HalfArea() * static_cast<float>(running) +
-                         right_box[r + 1].HalfArea() * static_cast<float>(right_count[r + 1]);
-      if (cost < split.cost) {
-        split.cost = cost;
-        split.bin = static_cast<int>(r + 1);
-        split.left = box;
-        split.right = right_box[r + 1];
-      }
-    }
-  }
+  if (!halve) split = SweepCuts<false>(bins.box.data(), nullptr, bins.count.data(), runs, n);
   if (split.bin == 0) {
     split.bin = static_cast<int>(runs / 2);
     for (uint32_t r = 0; r < runs; ++r) (r < runs / 2 ? split.left : split.right).Grow(bins.box[r]);

@@ -306,12 +306,11 @@ bool UndoDirectory::_LockStands() const {
 
 bool UndoDirectory::_Ready() {
   if (m_lock_fd >= 0) {
-    struct stat info;
-    if (::lstat(m_lock_path.c_str(), &info) == 0 && static_cast<std::uint64_t>(info.st_dev) == m_lock_device &&
-        static_cast<std::uint64_t>(info.st_ino) == m_lock_inode) {
+    if (_LockStands()) {
       m_reported = false;
       return true;
     }
+    struct stat info;
     if (::stat(m_native.c_str(), &info) != 0) {
       // The directory itself is away (renamed, unmounted): the lock stays held on its file, and
       // everything works again if the directory comes back as it was.

@@ -305,30 +305,24 @@ TEST_F(Picking, OverlappingObjectsAreAskedInTreeOrderAndTheNearestHitIsPicked) {
   EXPECT_EQ(picker.GetIntersectionList().size(), 4u);
 }
 
-// Pickables of other layouts: the pickable part first and the tree object after it, and the
-// pickable part a virtual base shared down a diamond.
-class PickableFirst : public IPickable, public tree_test::Node {
+// Pickables of other layouts, set by the bases: the pickable part first and the tree object
+// after it, and the pickable part a virtual base shared down a diamond. Each logs its name when
+// asked and reports one hit.
+class VirtualPickable : public virtual IPickable {};
+template <class... Bases>
+class LoggingPickable : public Bases... {
  public:
-  PickableFirst(const std::string& name, CallLog* log) : Node(name), m_log(log) {}
+  LoggingPickable(const std::string& name, CallLog* log) : tree_test::Node(name), m_log(log) {}
   void GetLineIntersections(MPickerBase* picker) override {
-    LogCall(m_log, Name());
+    LogCall(m_log, this->Name());
     picker->AddIntersection(0.25, this, nullptr);
   }
 
  private:
   CallLog* m_log;
 };
-class SharedPickable : public tree_test::Node, public virtual IPickable {
- public:
-  SharedPickable(const std::string& name, CallLog* log) : Node(name), m_log(log) {}
-  void GetLineIntersections(MPickerBase* picker) override {
-    LogCall(m_log, Name());
-    picker->AddIntersection(0.75, this, nullptr);
-  }
-
- private:
-  CallLog* m_log;
-};
+using PickableFirst = LoggingPickable<IPickable, tree_test::Node>;
+using SharedPickable = LoggingPickable<tree_test::Node, VirtualPickable>;
 class HandleOnObject : public virtual IPickable {};
 class DiamondPickable : public SharedPickable, public HandleOnObject {
  public:

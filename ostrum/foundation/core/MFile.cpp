@@ -103,21 +103,12 @@ std::size_t ReadStaged(int fd, unsigned char* data, std::size_t size, std::int64
   unsigned char* staging = nullptr;
   if (at >= 0 && AheadWithinPage(reinterpret_cast<std::uintptr_t>(data), static_cast<std::uintptr_t>(at)))
     staging = StagingBuffer();
-  if (!staging) {
-    std::size_t done = 0;
-    while (done < size) {
-      const ssize_t n = ReadOnce(fd, data + done, size - done);
-      if (n <= 0) break;
-      done += static_cast<std::size_t>(n);
-    }
-    return done;
-  }
   std::size_t done = 0;
   while (done < size) {
-    unsigned char* placed = staging + static_cast<std::size_t>(at) % kPage;
-    const ssize_t n = ReadOnce(fd, placed, std::min(size - done, kStagingChunk));
+    unsigned char* into = staging ? staging + static_cast<std::size_t>(at) % kPage : data + done;
+    const ssize_t n = ReadOnce(fd, into, staging ? std::min(size - done, kStagingChunk) : size - done);
     if (n <= 0) break;
-    CopyBytes(data + done, placed, static_cast<std::size_t>(n));
+    if (staging) CopyBytes(data + done, into, static_cast<std::size_t>(n));
     done += static_cast<std::size_t>(n);
     at += n;
   }
